@@ -1,0 +1,52 @@
+// The loader with its trace.
+#pragma once
+
+#include "base/dptrc/err.h"
+#include "krn/dl/dl.h"
+#include "tests/support/trace_capture.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace quorvanti::test {
+
+class DlFixture : public testing::Test {
+protected:
+    using Lines = std::vector<std::string>;
+
+    // The traced lines, with "addr" cut off before the address.
+    static Lines lines(const TraceCapture& trace) {
+        Lines result = trace.lines();
+        for (std::string& line : result) {
+            const std::size_t address = line.find(", addr 0x");
+            if (address != std::string::npos) {
+                line.erase(address + sizeof ", addr" - 1);
+            }
+        }
+        return result;
+    }
+
+    // Another name of the sample library.
+    std::string linkTo(const char* library, const std::string& name) {
+        const std::string link = directory_.file(name);
+        std::filesystem::create_symlink(library, link);
+        return link;
+    }
+
+    // One of the texts of the thread's error record.
+    static std::string recorded(int index) {
+        const std::string packed = errPackedRecord();
+        std::size_t begin = 0;
+        for (; index > 0; --index) {
+            begin = packed.find('\0', begin) + 1;
+        }
+        return packed.substr(begin, packed.find('\0', begin) - begin);
+    }
+
+    TemporaryDirectory directory_;
+};
+
+}  // namespace quorvanti::test

@@ -1,0 +1,62 @@
+// Key stores: the own identity to sign with and the certificates whose signatures are believed. A profile is the path
+// of a PKCS#12, PEM or DER file, or the name of a key store in memory.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "providers/openssl/openssl_context.h"
+#include "providers/openssl/trusted_certificate.h"
+
+namespace quorvanti::provider {
+
+class ChainedSigners;
+
+// One state of a key store; never changed once it is handed out.
+struct KeyStore {
+    KeyStore();
+    ~KeyStore();
+
+    std::string profile;
+    EvpPkeyPtr ownKey;                                         // null: verifies only
+    const TrustedCertificate* own = nullptr;                   // certificate of ownKey, one of `trusted`
+    std::vector<std::unique_ptr<TrustedCertificate>> trusted;  // the own one included, in the order of the key store
+    std::vector<const TrustedCertificate*> byIssuerAndSerial;  // sorted by serial, then issuer
+    std::vector<const TrustedCertificate*> bySubjectKeyIdentifier;
+    X509StorePtr anchors;       // `trusted` for the toolkit's chain building
+    bool passwordUsed = false;  // it could only be read with the right password
+    std::unique_ptr<ChainedSigners> chained;
+    LiveObject alive;
+
+    std::span<const TrustedCertificate* const> find(std::span<const std::uint8_t> issuer,
+                                                    std::span<const std::uint8_t> serial) const;
+    std::span<const TrustedCertificate* const> find(std::span<const std::uint8_t> subjectKeyIdentifier) const;
+};
+
+// The key store `profile`, from the cache when its file is unchanged and the password is the one it was opened with.
+// 23 when there is none, 25 for a wrong or missing password, 24 when it cannot be used; each with its sentence.
+std::int32_t openKeyStore(std::string_view profile, std::string_view password, std::shared_ptr<const KeyStore>& store);
+
+// Reads a key store into an empty one, its kind told by its content; `store.profile` names it in sentences. 24 or 25 as
+// above.
+std::int32_t parseKeyStoreImage(std::span<const std::uint8_t> image, std::string_view password, KeyStore& store);
+
+// Makes lookup, own certificate and anchors fit `ownKey` and `trusted`. False when memory runs out.
+bool prepareKeyStore(KeyStore& store);
+
+// Makes `name` a key store in memory, replacing what the name meant before. An empty image is an empty key store that
+// any password opens; any other must be readable, a still missing password aside (else 24).
+std::int32_t registerMemoryKeyStore(std::string_view name, std::span<const std::uint8_t> image);
+bool isMemoryKeyStore(std::string_view name);
+// Adds a trusted certificate to the key store in memory `name`: 23 when there is none, 24 when it is no certificate.
+std::int32_t addToMemoryKeyStore(std::string_view name, std::span<const std::uint8_t> certificateDer);
+bool removeMemoryKeyStore(std::string_view name);
+
+// Drops every cached key store and every one in memory. For the end of the library; snapshots in use live on.
+void forgetKeyStores();
+
+}  // namespace quorvanti::provider

@@ -1,0 +1,18 @@
+// Points in time as certificates name them, as seconds since 1970-01-01 00:00:00 UTC.
+#pragma once
+
+#include <openssl/asn1.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace quorvanti::provider {
+
+// None for a time that cannot be read.
+std::optional<std::int64_t> secondsOf(const ASN1_TIME* time);
+
+// "2026-01-31 23:59:59Z"
+std::string utcText(std::int64_t seconds);
+
+}  // namespace quorvanti::provider

@@ -1,0 +1,10 @@
+# The names that the built library shows are exactly those of the list.
+execute_process(COMMAND ${NM} -D --defined-only --format=posix ${LIBRARY} OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
+string(REGEX MATCHALL "[^\n ]+ [A-Z] [^\n]*" lines "${symbols}")
+list(TRANSFORM lines REPLACE " .*" "")
+file(STRINGS ${LIST} expected)
+list(SORT lines)
+list(SORT expected)
+if(NOT lines STREQUAL expected)
+  message(FATAL_ERROR "exported: ${lines}\nexpected: ${expected}")
+endif()

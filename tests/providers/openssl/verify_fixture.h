@@ -1,0 +1,100 @@
+// Calls SsfVerify against a key store of the test's own, at testTime.
+#pragma once
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "providers/openssl/clock.h"
+#include "providers/openssl/key_store.h"
+#include "providers/openssl/last_error.h"
+#include "quorvanti/ssf.h"
+#include "tests/providers/openssl/signed_data_builder.h"
+#include "tests/support/temporary_directory.h"
+
+namespace quorvanti::test {
+
+using ::testing::HasSubstr;
+
+inline std::int64_t testClock() {
+    return testTime;
+}
+
+struct Answer {
+    std::int32_t code = -1;
+    std::int32_t signerResult = -1;  // -1: no signer entry
+    std::string id;
+    Octets certificate;
+    std::string sentence;
+};
+
+class Verify : public ::testing::Test {
+protected:
+    Verify() { provider::setClock(testClock); }
+    ~Verify() override {
+        provider::forgetKeyStores();
+        provider::setClock(nullptr);
+    }
+
+    void trust(const std::vector<Octets>& certificates) {
+        std::string pem;
+        for (const Octets& certificate : certificates)
+            pem += pemOf(certificate);
+        writeFile(store_, pem);
+    }
+
+    Answer verify(const Octets& signature, const Octets& content) const {
+        return verifyWith(signature, content, store_);
+    }
+
+    static Answer verifyWith(const Octets& signature, const Octets& content, const std::string& profile) {
+        SsfSigRcpSsfInfoList* signers = nullptr;
+        std::uint8_t* output = nullptr;
+        std::int32_t outputLength = 0;
+        Answer answer;
+        answer.code =
+            SsfVerify("PKCS7", 5, 1, signature.data(), static_cast<std::int32_t>(signature.size()), content.data(),
+                      static_cast<std::int32_t>(content.size()), profile.c_str(),
+                      static_cast<std::int32_t>(profile.size()), nullptr, 0, &signers, &output, &outputLength);
+        if (signers != nullptr && signers->first != nullptr) {
+            const SsfSigRcpSsfInfo& entry = *signers->first;
+            answer.signerResult = entry.result;
+            answer.id.assign(entry.id, static_cast<std::size_t>(entry.idLength));
+            if (entry.certificate != nullptr)
+                answer.certificate.assign(entry.certificate, entry.certificate + entry.certificateLength);
+        }
+        EXPECT_EQ(SsfDELSigRcpSsfInfoList(&signers), 0);
+        answer.sentence = provider::lastError().sentence;
+        return answer;
+    }
+
+    void expectAccepted(const SignatureParts& parts) const {
+        const Answer answer = verify(parts.build(content_), content_);
+        EXPECT_EQ(answer.code, 0) << answer.sentence;
+        EXPECT_EQ(answer.signerResult, 0);
+    }
+
+    void expectUndecodable(const Octets& signature, const char* sentence) const {
+        const Answer answer = verify(signature, content_);
+        EXPECT_EQ(answer.code, SSF_API_DECODE_FAILED);
+        EXPECT_EQ(answer.signerResult, -1);
+        EXPECT_THAT(answer.sentence, HasSubstr(sentence));
+    }
+
+    void expectSignerRefused(const SignatureParts& parts, std::int32_t result, const char* sentence) const {
+        const Answer answer = verify(parts.build(content_), content_);
+        EXPECT_EQ(answer.code, SSF_API_SIGNER_ERRORS);
+        EXPECT_EQ(answer.signerResult, result);
+        EXPECT_THAT(answer.sentence, HasSubstr(sentence));
+    }
+
+    TemporaryDirectory directory_;
+    std::string store_ = directory_.file("trusted.pem");
+    Octets content_{'t', 'h', 'e', ' ', 't', 'i', 'c', 'k', 'e', 't'};
+    Octets rsa_ = makeCertificate("rsa", "rsa");
+    SignatureParts accepted_{"rsa", rsa_};
+};
+
+}  // namespace quorvanti::test

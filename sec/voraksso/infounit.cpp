@@ -1,0 +1,111 @@
+#include "sec/voraksso/infounit.h"
+
+#include <quorvanti/voraksso.h>
+
+#include <cstring>
+#include <new>
+
+namespace quorvanti {
+namespace {
+
+// clang-format off
+constexpr InfoUnit kInfoUnits[] = {
+    {0x01, "User name",                 UnitKind::codePageText},
+    {0x02, "Creator client",            UnitKind::codePageText},
+    {0x03, "Creator system id",         UnitKind::codePageText},
+    {0x04, "UTC Time creation",         UnitKind::codePageText},
+    {0x05, "Duration validity",         UnitKind::integer},
+    {0x06, "RFC ticket",                UnitKind::codePageText},
+    {0x07, "Duration validity (min)",   UnitKind::integer},
+    {0x08, "Flags",                     UnitKind::bytes},
+    {0x09, "Language",                  UnitKind::codePageText},
+    {0x0A, "User name (UTF-8)",         UnitKind::utf8Text},
+    {0x0B, "Creator client (UTF-8)",    UnitKind::utf8Text},
+    {0x0C, "Creator system id (UTF-8)", UnitKind::utf8Text},
+    {0x0D, "UTC Time creation (UTF-8)", UnitKind::utf8Text},
+    {0x0E, "Language (UTF-8)",          UnitKind::utf8Text},
+    {0x0F, "Recipient client",          UnitKind::utf8Text},
+    {0x10, "Recipient system id",       UnitKind::utf8Text},
+    {0x20, "Portal user name",          UnitKind::utf8Text},
+    {0x88, "Authentication scheme",     UnitKind::utf8Text},
+    {0xFF, "Signature",                 UnitKind::bytes},
+};
+// clang-format on
+
+}  // namespace
+
+std::span<const InfoUnit> infoUnitTable() {
+    return kInfoUnits;
+}
+
+const InfoUnit* findInfoUnit(std::uint32_t id) {
+    for (const InfoUnit& unit : kInfoUnits) {
+        if (unit.id >= id) {
+            return unit.id == id ? &unit : nullptr;
+        }
+    }
+    return nullptr;
+}
+
+ContentList::~ContentList() {
+    FreeContentList(*this);
+}
+
+const ContentNode* ContentList::find(std::uint32_t id) const {
+    const ContentNode* node = head_;
+    while (node != nullptr && node->id < id) {
+        node = node->next;
+    }
+    return node != nullptr && node->id == id ? node : nullptr;
+}
+
+std::int32_t NewContentNode(const std::uint8_t* contents, std::size_t length, std::uint32_t id,
+                            std::unique_ptr<ContentNode>& node) {
+    node.reset();
+    if (contents == nullptr) {
+        return VORAK_MISSING_ARGUMENT;
+    }
+    if (length > kUnitCapacity) {
+        return VORAK_INVALID;
+    }
+    if (id > 0xFF) {
+        return VORAK_MALFORMED;
+    }
+    node.reset(new (std::nothrow) ContentNode);
+    if (node == nullptr) {
+        return VORAK_NO_MEMORY;
+    }
+    node->id = id;
+    node->length = static_cast<std::uint16_t>(length);
+    std::memcpy(node->contents, contents, length);
+    return VORAK_OK;
+}
+
+std::int32_t AddContentNode(ContentList* list, std::unique_ptr<ContentNode>& node) {
+    if (list == nullptr || node == nullptr) {
+        return VORAK_MISSING_ARGUMENT;
+    }
+    if (node->next != nullptr || node->previous != nullptr || node.get() == list->head_) {
+        return VORAK_INVALID;
+    }
+    ContentNode* after = list->head_;
+    while (after != nullptr && after->id < node->id) {
+        after = after->next;
+    }
+    ContentNode* added = node.release();
+    added->next = after;
+    added->previous = after != nullptr ? after->previous : list->tail_;
+    (added->previous != nullptr ? added->previous->next : list->head_) = added;
+    (added->next != nullptr ? added->next->previous : list->tail_) = added;
+    return VORAK_OK;
+}
+
+void FreeContentList(ContentList& list) {
+    while (list.head_ != nullptr) {
+        const std::unique_ptr<ContentNode> node(list.head_);
+        list.head_ = node->next;
+    }
+    list.tail_ = nullptr;
+}
+
+}  // namespace quorvanti

@@ -1,0 +1,150 @@
+// Tokens against the bundled crypto library: published vectors, every form of an RSA key, and the same key as the trap
+// that it is for an HMAC.
+#include "sec/jwt/base64url.h"
+#include "sec/jwt/jwt_signature.h"
+#include "tests/sec/jwt/token_maker.h"
+#include "tests/support/temporary_directory.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <vector>
+
+namespace quorvanti::test {
+namespace {
+
+// RFC 7515, appendix A.1.
+constexpr char kA1[] =
+    "eyJ0eXAiOiJKV1QiLA0KICJhbGciOiJIUzI1NiJ9.eyJpc3MiOiJqb2UiLA0KICJleHAiOjEzMDA4MTkzODAsDQogImh0dHA6Ly9leGFtcGxlLmNvb"
+    "S9pc19yb290Ijp0cnVlfQ";
+constexpr char kA1Signature[] = "dBjftJeZ4CVP-mB92K27uhbUJU1p1r_wW1gFWFOEjXk";
+constexpr char kA1Key[] = "AyM1SysPpbyDfgZld3umj1qzKObwVMkoqQ-EstJQLr_T-1qS0gZH75aKtMN3Yj0iPS4hcgUuTwjAzZr1Z9CAow";
+// RFC 7515, appendix A.2.
+constexpr char kA2[] =
+    "eyJhbGciOiJSUzI1NiJ9.eyJpc3MiOiJqb2UiLA0KICJleHAiOjEzMDA4MTkzODAsDQogImh0dHA6Ly9leGFtcGxlLmNvbS9pc19yb290Ijp0c"
+    "nVlfQ.cC4hiUPoj9Eetdgtv3hF80EGrhuB__dzERat0XF9g2VtQgr9PJbu3XOiZj5RZmh7AAuHIm4Bh-0Qc_lF5YKt_O8W2Fp5jujGbds9uJdb"
+    "F9CUAr7t1dnZcAcQjbKBYNX4BAynRFdiuB--f_nZLgrnbyTyWzO75vRK5h6xBArLIARNPvkSjtQBMHlb1L07Qe7K0GarZRmB_eSN9383LcOLn6"
+    "_dO--xi12jzDwusC-eOkHWEsqtFZESc6BfI7noOPqvhJ1phCnvWh6IeYI2w9QOYEUipUTI8np6LbgGY9Fs98rqVt5AXLIhWkWywlVmtVrBp0ig"
+    "cN_IoypGlUPQGe77Rw";
+constexpr char kA2Modulus[] =
+    "ofgWCuLjybRlzo0tZWJjNiuSfb4p4fAkd_wWJcyQoTbji9k0l8W26mPddxHmfHQp-Vaw-4qPCJrcS2mJPMEzP1Pt0Bm4d4QlL-yRT-SFd2lZS-"
+    "pCgNM"
+    "sD1W_YpRPEwOWvG6b32690r2jZ47soMZo9wGzjb_7OMg0LOL-bSf63kpaSHSXndS5z5rexMdbBYUsLA9e-KXBdQOS-"
+    "UTo7WTBEMa2R2CapHg665xsmt"
+    "dVMTBQY4uDZlxvb3qCo5ZwKh9kG4LT6_I5IhlJH7aGhyxXFvUK-DWNmoudF8NAco9_h9iaGNj8q2ethFkMLs91kzk2PAcDTW9gb54h4FRWyuXpoQ";
+constexpr std::int64_t kBeforeTheyExpire = 1'300'819'379;
+
+std::string decoded(std::string_view text) {
+    std::string bytes(base64UrlRoom(text.size()), '\0');
+    EXPECT_TRUE(decodeBase64Url(text, {reinterpret_cast<std::uint8_t*>(bytes.data()), bytes.size()}));
+    return bytes;
+}
+
+std::span<const std::uint8_t> bytesOf(std::string_view text) {
+    return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
+
+// PKCS#1 for a modulus of 256 bytes and the exponent 65537.
+std::string publicKeyOf(const std::string& modulus) {
+    return std::string("\x30\x82\x01\x0a\x02\x82\x01\x01\x00", 9) + modulus + "\x02\x03\x01" +
+           std::string("\x00\x01", 2);
+}
+
+void run(const std::string& command) {
+    ASSERT_EQ(std::system(command.c_str()), 0) << command;
+}
+
+class BundledCrypto : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_EQ(VorakInitialize(QUORVANTI_BUNDLED_CRYPTO), VORAK_OK); }
+    void TearDown() override { VorakShutdown(); }
+
+    // "0 " or code and text.
+    static std::string outcome(std::string_view token, std::string_view key) {
+        Evaluation evaluation;
+        const std::int32_t code =
+            VorakEvalJWToken(token.data(), token.size(), bytesOf(key).data(), key.size(), nullptr, &evaluation.result);
+        return std::to_string(code) + " " + evaluation.result.errorText;
+    }
+};
+
+TEST_F(BundledCrypto, AcceptsThePublishedRsaSignature) {
+    const FrozenClock clock(kBeforeTheyExpire);
+    const std::string key = publicKeyOf(decoded(kA2Modulus));
+    EXPECT_EQ(outcome(kA2, key), "0 ");
+    std::string other = kA2;
+    other[30] = other[30] == 'A' ? 'B' : 'A';
+    EXPECT_EQ(outcome(other, key), "5 JWT signature validation failed");
+    const FrozenClock later(kBeforeTheyExpire + 1);
+    EXPECT_EQ(outcome(kA2, key), "5 JWT is expired");
+}
+
+// Its header names the type first, so that the token is refused; its signature is right all the same.
+TEST_F(BundledCrypto, FindsThePublishedMacRight) {
+    const FrozenClock clock(kBeforeTheyExpire);
+    const std::string key = decoded(kA1Key);
+    EXPECT_EQ(outcome(std::string(kA1) + "." + kA1Signature, key), "5 JWT signature type is not JWT");
+
+    SsfFunctionTable table{};
+    CryptFunctions functions;
+    const JwtAlgorithm algorithm{"HS256", 1, "SHA256", JwtScheme::hmac};
+    const std::string value = decoded(kA1Signature);
+    EXPECT_EQ(verifyJwtSignature({algorithm, kA1, bytesOf(value), bytesOf(key)}, table, functions), 0);
+    EXPECT_NE(verifyJwtSignature({algorithm, kA1, bytesOf(value), bytesOf(key).first(63)}, table, functions), 0);
+}
+
+TEST_F(BundledCrypto, ReadsAnRsaKeyInEveryFormAndNeverTakesItForAMac) {
+    const TemporaryDirectory directory;
+    const std::string key = directory.file("key");
+    const std::string out = directory.file("out");
+    const std::string certificate = directory.file("certificate");
+    run("openssl genpkey -quiet -algorithm RSA -pkeyopt rsa_keygen_bits:2048 -out " + key);
+    run("openssl req -x509 -key " + key + " -subj /CN=issuer -out " + certificate);
+    const std::string forms[] = {
+        "openssl x509 -in " + certificate,          "openssl x509 -outform DER -in " + certificate,
+        "openssl pkey -pubout -in " + key,          "openssl pkey -pubout -outform DER -in " + key,
+        "openssl rsa -RSAPublicKey_out -in " + key, "openssl rsa -RSAPublicKey_out -outform DER -in " + key};
+    for (const char* bits : {"256", "384", "512"}) {
+        const std::string text =
+            base64Url(std::string("{\"alg\":\"RS") + bits + "\"}") + "." + base64Url(R"({"sub":"bob"})");
+        writeFile(directory.file("text"), text);
+        run("openssl dgst -sha" + std::string(bits) + " -sign " + key + " -out " + out + " " + directory.file("text"));
+        const std::string token = text + "." + base64Url(readFile(out));
+        for (const std::string& form : forms) {
+            run(form + " >" + out + " 2>/dev/null");
+            const std::string publicKey = readFile(out);
+            EXPECT_EQ(outcome(token, publicKey), "0 ") << form;
+            EXPECT_EQ(outcome(token.substr(0, token.size() - 4) + "AAAA", publicKey),
+                      "5 JWT signature validation failed")
+                << form;
+
+            // What an attacker makes of it: an HMAC with the bytes that everybody knows.
+            const std::string forged =
+                base64Url(std::string("{\"alg\":\"HS") + bits + "\"}") + "." + base64Url(R"({"sub":"eve"})");
+            writeFile(directory.file("forged"), forged);
+            run("openssl dgst -sha" + std::string(bits) + " -mac HMAC -macopt hexkey:$(od -An -v -tx1 " + out +
+                " | tr -d ' \\n') -binary -out " + directory.file("mac") + " " + directory.file("forged"));
+            EXPECT_EQ(outcome(forged + "." + base64Url(readFile(directory.file("mac"))), publicKey),
+                      "5 JWT signature validation failed")
+                << form;
+        }
+    }
+}
+
+TEST_F(BundledCrypto, AcceptsMacsThatOpensslMade) {
+    const TemporaryDirectory directory;
+    for (const char* bits : {"256", "384", "512"}) {
+        const std::string text = base64Url(std::string("{\"alg\":\"HS") + bits + "\",\"typ\":\"JWT\"}") + "." +
+                                 base64Url(R"({"sub":"bob"})");
+        writeFile(directory.file("text"), text);
+        run("openssl dgst -sha" + std::string(bits) + " -hmac secret -binary -out " + directory.file("mac") + " " +
+            directory.file("text"));
+        const std::string token = text + "." + base64Url(readFile(directory.file("mac")));
+        EXPECT_EQ(outcome(token, "secret"), "0 ");
+        EXPECT_EQ(outcome(token, "secreT"), "5 JWT signature validation failed");
+        EXPECT_EQ(outcome(token.substr(0, token.find_last_of('.') + 1), "secret"), "5 JWT signature validation failed");
+    }
+}
+
+}  // namespace
+}  // namespace quorvanti::test

@@ -1,0 +1,182 @@
+#include "sec/voraksso/content_conversion.h"
+
+#include "tests/sec/voraksso/engine_fixture.h"
+
+#include "sec/voraksso/state.h"
+
+#include <thread>
+
+namespace quorvanti {
+namespace {
+
+using namespace quorvanti::test;
+
+class ContentConversion : public ::testing::Test {
+protected:
+    ContentConversion() { EXPECT_EQ(ensureFrame(), kThrOk); }
+
+    ContentNode* add(std::uint32_t id, std::string_view text) {
+        std::unique_ptr<ContentNode> node;
+        const Bytes bytes = bytesOf(text);
+        EXPECT_EQ(NewContentNode(bytes.empty() ? &kNone : bytes.data(), bytes.size(), id, node), VORAK_OK);
+        ContentNode* added = node.get();
+        EXPECT_EQ(AddContentNode(&contents, node), VORAK_OK);
+        return added;
+    }
+    static std::string textOf(const ContentNode* node) { return {node->bytes().begin(), node->bytes().end()}; }
+
+    static constexpr std::uint8_t kNone = 0;
+    EnvironmentVariable quiet{"RSCP_CATCH_INIT", "0"};
+    ContentList contents;
+};
+
+TEST_F(ContentConversion, OnlyTextsInTheTicketsCodePageAreConverted) {
+    ContentNode* user = add(0x01, "Gr\xFC\xDF");
+    ContentNode* utf8User = add(0x0A, "Gr\xC3\xBC\xC3\x9F");
+    ContentNode* flags = add(0x08, "\xFC");
+    ContentNode* unknown = add(0x77, "\xFC");
+    EXPECT_EQ(ConvertContentList("1100", "4110", contents), VORAK_OK);
+    EXPECT_EQ(textOf(user), "Gr\xC3\xBC\xC3\x9F");
+    EXPECT_EQ(user->convertedLength, 6);
+    EXPECT_EQ(textOf(utf8User), "Gr\xC3\xBC\xC3\x9F");
+    EXPECT_EQ(utf8User->convertedLength, 0) << "not converted";
+    EXPECT_EQ(textOf(flags), "\xFC");
+    EXPECT_EQ(textOf(unknown), "\xFC");
+}
+
+TEST_F(ContentConversion, TheSameCodePageSetsTheConvertedLengthToo) {
+    ContentNode* time = add(0x04, "202603150905");
+    EXPECT_EQ(ConvertContentList("4110", "4110", contents), VORAK_OK);
+    EXPECT_EQ(time->convertedLength, 12);
+    EXPECT_EQ(textOf(time), "202603150905");
+}
+
+TEST_F(ContentConversion, ANodeOfLength0IsNotPassedToTheConverter) {
+    ContentNode* user = add(0x01, "");
+    EXPECT_EQ(ConvertContentNode("9999", "8888", *user), VORAK_OK) << "no converter knows these code pages";
+    EXPECT_EQ(user->convertedLength, 0);
+}
+
+TEST_F(ContentConversion, ACharacterThatTheTargetCannotRepresentBecomesASign) {
+    ContentNode* user = add(0x01,
+                            "a\xE2\x82\xAC"
+                            "b");
+    EXPECT_EQ(ConvertContentNode("4110", "1100", *user), VORAK_OK);
+    EXPECT_EQ(textOf(user), "a#b");
+}
+
+TEST_F(ContentConversion, WhatIsBehindAShorterTextIsZero) {
+    ContentNode* user = add(0x01, "\xC3\xBC\xC3\xBC");
+    EXPECT_EQ(ConvertContentNode("4110", "1100", *user), VORAK_OK);
+    EXPECT_EQ(user->length, 2);
+    EXPECT_EQ(user->contents[2], 0);
+    EXPECT_EQ(user->contents[3], 0);
+}
+
+TEST_F(ContentConversion, ATextThatGrowsBeyond256BytesFailsCleanly) {
+    const TraceCapture trace(1);
+    ContentNode* user = add(0x01, std::string(129, '\xFC'));
+    ContentNode* next = add(0x02, "000");
+    EXPECT_EQ(ConvertContentList("1100", "4110", contents), VORAK_INVALID);
+    EXPECT_EQ(user->next, next) << "nothing is overrun";
+    EXPECT_EQ(next->previous, user);
+    EXPECT_TRUE(hasLine(trace, "*** ERROR => Error in rscpCConvert rc = 32 [ssoxxext]"));
+    EXPECT_TRUE(hasLine(trace, "*** ERROR => Couldn't convert ticket content. rc = -4 [ssoxxext]"));
+    EXPECT_TRUE(trace.contains("RSCP - Error")) << "the converter's own report";
+}
+
+TEST_F(ContentConversion, ATextThatGrowsToExactly256BytesFits) {
+    ContentNode* user = add(0x01, std::string(128, '\xFC'));
+    EXPECT_EQ(ConvertContentNode("1100", "4110", *user), VORAK_OK);
+    EXPECT_EQ(user->length, 256);
+}
+
+TEST_F(ContentConversion, TheFirstFailureEndsTheListAndNamesTheUnit) {
+    const TraceCapture trace(2);
+    ContentNode* user = add(0x01, "user");
+    ContentNode* time = add(0x04, "202603150905");
+    EXPECT_EQ(ConvertContentList("9999", "4110", contents), VORAK_INVALID);
+    EXPECT_EQ(user->convertedLength, 0);
+    EXPECT_EQ(time->convertedLength, 0);
+    EXPECT_EQ(trace.lines().front(), "Convert ticket content from KAV_CODEPAGE >9999< to >4110< ");
+    EXPECT_TRUE(trace.contains("*** ERROR => Error in rscpCActivate rc = "));
+    EXPECT_TRUE(hasLine(trace, "*** ERROR => Couldn't convert ticket content. rc = -2 [ssoxxext]"));
+    EXPECT_TRUE(hasLine(trace, "Error in converting content User name "));
+}
+
+TEST_F(ContentConversion, APairThatFailedDoesNotSpoilTheOthers) {
+    for (int round = 0; round < 6; ++round) {
+        ContentNode bad;
+        bad.length = 1;
+        EXPECT_EQ(ConvertContentNode("9999", "4110", bad), VORAK_INVALID);
+        for (const auto& [source, target] :
+             {std::pair{"1100", "4110"}, {"4110", "1100"}, {"1160", "4110"}, {"4103", "1100"}, {"1100", "4103"}}) {
+            ContentNode node;
+            node.length = 2;
+            EXPECT_EQ(ConvertContentNode(source, target, node), VORAK_OK) << source << target;
+        }
+    }
+}
+
+TEST_F(ContentConversion, Utf8NodesEndAtTheFirstZeroByte) {
+    std::unique_ptr<ContentNode> node;
+    EXPECT_EQ(NewUtf8ContentNode(node, bytesOf("Gr\xFC\xDF"), 0x0F, "1100"), 0);
+    EXPECT_EQ(textOf(node.get()), "Gr\xC3\xBC\xC3\x9F");
+    EXPECT_EQ(node->id, 0x0Fu);
+}
+
+TEST_F(ContentConversion, AUtf8NodeThatDoesNotFitIsNamedByTheCharacterOfItsId) {
+    const TraceCapture trace(1);
+    std::unique_ptr<ContentNode> node;
+    EXPECT_EQ(NewUtf8ContentNode(node, Bytes(200, 0xFC), 'A', "1100"), -1);
+    EXPECT_EQ(node, nullptr);
+    EXPECT_EQ(trace.lines(), std::vector<std::string>{"*** ERROR => Couldn't create item A, rc = 9. [ssoxxext]"});
+}
+
+TEST_F(ContentConversion, AUtf8NodeFromAnUnknownCodePageFails) {
+    const TraceCapture trace(1);
+    std::unique_ptr<ContentNode> node;
+    EXPECT_EQ(NewUtf8ContentNode(node, bytesOf("x"), 0x0F, "9999"), -1);
+    EXPECT_TRUE(trace.contains("*** ERROR => Conversion of data to utf-8 failed, rc = "));
+}
+
+TEST_F(ContentConversion, ADumpOf20BytesGivesOneFullLineAndOneOfFour) {
+    const TraceCapture trace(3);
+    TraceHexDump("0123456789ABCDEF\x01xyz", 20);
+    EXPECT_EQ(trace.lines(), (std::vector<std::string>{
+                                 "00000000  30 31 32 33 34 35 36 37  38 39 41 42 43 44 45 46  0123456789ABCDEF",
+                                 "00000010  01 78 79 7a                                       .xyz            "}));
+}
+
+TEST_F(ContentConversion, ADumpOf16BytesHasNoClosingLine) {
+    const TraceCapture trace(3);
+    TraceHexDump("0123456789ABCDEF", 16);
+    EXPECT_EQ(trace.lines().size(), 1u);
+}
+
+TEST_F(ContentConversion, NothingIsDumpedBelowLevel3) {
+    const TraceCapture trace(2);
+    TraceHexDump("0123456789ABCDEF", 16);
+    EXPECT_TRUE(trace.lines().empty());
+}
+
+TEST_F(ContentConversion, ManyThreadsConvertAtOnce) {
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 8; ++i) {
+        threads.emplace_back([i] {
+            for (int round = 0; round < 200; ++round) {
+                ContentNode node;
+                node.length = 1;
+                node.contents[0] = 0xFC;
+                EXPECT_EQ(ConvertContentNode(i % 2 == 0 ? "1100" : "1160", "4110", node), VORAK_OK);
+                EXPECT_EQ(node.length, 2);
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+}
+
+}  // namespace
+}  // namespace quorvanti

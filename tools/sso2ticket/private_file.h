@@ -1,0 +1,25 @@
+// Files with keys in them: whole or not at all, and nobody else's to read.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace quorvanti {
+
+// Up to 16 MB; throws Failure (key store or configuration) when there is none or it cannot be read.
+std::vector<std::uint8_t> readWholeFile(const std::string& name);
+
+// Makes the file, readable for its owner only. Throws Failure when one is there already or it cannot be written; then
+// nothing is left.
+void createPrivateFile(const std::string& name, std::span<const std::uint8_t> content);
+
+// Writes beside the file and puts it in its place at the end, with the permissions the file had. Throws Failure; then
+// the file is as it was.
+void replacePrivateFile(const std::string& name, std::span<const std::uint8_t> content);
+
+// The platform's share: a new file for the owner only, "" when it was written, else the system's reason.
+std::string writeNewPrivateFile(const std::string& name, std::span<const std::uint8_t> content);
+
+}  // namespace quorvanti

@@ -1,0 +1,61 @@
+// The example issuer writes the bytes that the tests' own builder writes.
+#include "tests/support/command.h"
+#include "tests/support/issuer/ticket_builder.h"
+
+#include <gtest/gtest.h>
+
+using namespace quorvanti::test;
+
+namespace {
+
+std::string program() {
+    return QUORVANTI_ISSUE_TICKET;
+}
+
+TEST(IssueTicket, WritesTheBytesThatAreSigned) {
+    const CommandResult result =
+        runCommand({program(), "content", "user=JDOE", "client=100", "system=PRD", "created=202402291235", "hours=258",
+                    "minutes=-1", "language=EN", "portal=portal:jdoe", "scheme=basicauthentication"});
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    const Bytes expected = TicketBuilder()
+                               .user("JDOE")
+                               .client("100")
+                               .systemId("PRD")
+                               .creation("202402291235")
+                               .validityHours(258)
+                               .validityMinutes(-1)
+                               .language("EN")
+                               .portalUser("jdoe")
+                               .authScheme("basicauthentication")
+                               .signedBytes();
+    EXPECT_EQ(bytesOf(result.out), expected);
+}
+
+TEST(IssueTicket, WritesTheCurrentMinute) {
+    const std::string before = TicketBuilder::timeDigits(std::time(nullptr));
+    const std::string written = runCommand({program(), "content", "created=now"}).out.substr(8);
+    EXPECT_TRUE(written == before || written == TicketBuilder::timeDigits(std::time(nullptr))) << written;
+}
+
+TEST(IssueTicket, PutsContentAndSignatureIntoText) {
+    const TemporaryDirectory directory;
+    for (std::size_t length = 300; length < 303; ++length) {  // every padding
+        writeFile(directory.file("content"), std::string("\2"
+                                                         "4110",
+                                                         5));
+        writeFile(directory.file("signature"), std::string(length, '\x5A'));
+        EXPECT_EQ(runCommand({program(), "text", directory.file("content"), directory.file("signature")}).out,
+                  ticketText(bytesOf("\2"
+                                     "4110"),
+                             Bytes(length, 0x5A)));
+    }
+}
+
+TEST(IssueTicket, RefusesWhatItDoesNotKnow) {
+    EXPECT_EQ(runCommand({program(), "content", "shoe=42"}).exitCode, 2);
+    EXPECT_EQ(runCommand({program(), "content", "user=" + std::string(257, 'x')}).exitCode, 2);
+    EXPECT_EQ(runCommand({program(), "text", "/nonexistent", "/nonexistent"}).exitCode, 2);
+    EXPECT_EQ(runCommand({program()}).exitCode, 2);
+}
+
+}  // namespace

@@ -13,6 +13,9 @@ _sso2ticket() {
         ' keystore add-trusted') command=' keystore add-trusted' ;;
         ' keystore export-certificate') command=' keystore export-certificate' ;;
         ' keystore change-password') command=' keystore change-password' ;;
+        ' jwt') command=' jwt' ;;
+        ' jwt verify') command=' jwt verify' ;;
+        ' jwt inspect') command=' jwt inspect' ;;
         ' error') command=' error' ;;
         ' doctor') command=' doctor' ;;
         ' completion') command=' completion' ;;
@@ -21,7 +24,7 @@ _sso2ticket() {
     local words='' valued=''
     case "$command" in
     '')
-        words='verify inspect create cert keystore error doctor completion --help --version'
+        words='verify inspect create cert keystore jwt error doctor completion --help --version'
         ;;
     ' verify')
         words='--help --file --profile --assertion --system-id --client --explain --json --code-page --crypto-library --trace --trace-level --password-file --password-env --password-prompt'
@@ -60,6 +63,16 @@ _sso2ticket() {
     ' keystore change-password')
         words='--help --json --password-file --password-env --password-prompt --new-password-file --new-password-env --new-password-prompt'
         valued='--password-file --password-env --new-password-file --new-password-env'
+        ;;
+    ' jwt')
+        words='verify inspect --help'
+        ;;
+    ' jwt verify')
+        words='--help --expect-sub --expect-iss --expect-aud --expect-jti --name-id --json --crypto-library --trace --trace-level --key --secret-file'
+        valued='--expect-sub --expect-iss --expect-aud --expect-jti --name-id --crypto-library --trace --trace-level --key --secret-file'
+        ;;
+    ' jwt inspect')
+        words='--help --json'
         ;;
     ' error')
         words='--help --json'

@@ -80,6 +80,7 @@ void addCommands(CLI::App& app, Action& action) {
     addCreate(app, action);
     addCert(app, action);
     addKeystore(app, action);
+    addJwt(app, action);
     addError(app, action);
     addDoctor(app, action);
     addCompletion(app, action);

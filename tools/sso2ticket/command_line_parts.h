@@ -8,5 +8,6 @@ namespace quorvanti {
 void addVerify(CLI::App& app, Action& action);
 void addCreate(CLI::App& app, Action& action);
 void addKeystore(CLI::App& app, Action& action);
+void addJwt(CLI::App& app, Action& action);
 
 }  // namespace quorvanti

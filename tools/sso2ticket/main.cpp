@@ -2,10 +2,28 @@
 #include "tools/sso2ticket/failure.h"
 
 #include <iostream>
+#include <string>
+#include <vector>
 
 namespace {
 
 using namespace quorvanti;
+
+// Names options only: what else stands there may be a ticket, a token or a password.
+std::string namesOf(const std::vector<std::string>& words) {
+    constexpr std::size_t longest = 32;
+    std::string names;
+    std::size_t others = 0;
+    for (const std::string& word : words) {
+        const std::string name = word.substr(0, word.find('='));
+        if (name.starts_with("--") && name.size() > 2 && name.size() <= longest) {
+            names += " " + name;
+        } else {
+            ++others;
+        }
+    }
+    return names + (others > 0 ? " (" + std::to_string(others) + " not shown: no option)" : "");
+}
 
 int run(int argc, char** argv) {
     CLI::App app("Works with single-sign-on tickets on the command line.", "sso2ticket");
@@ -15,6 +33,10 @@ int run(int argc, char** argv) {
     addCommands(app, action);
     try {
         app.parse(argc, argv);
+    } catch (const CLI::ExtrasError&) {
+        std::cerr << "These arguments were not expected:" << namesOf(app.remaining(true))
+                  << "\nRun with --help for more information.\n";
+        return static_cast<int>(ExitCode::usage);
     } catch (const CLI::ParseError& error) {
         const int exit = app.exit(error, std::cout, std::cerr);
         return static_cast<int>(exit == 0 ? ExitCode::accepted : ExitCode::usage);

@@ -2,6 +2,7 @@
 
 #include "base/dptrc/dptrace.h"
 #include "base/dptrc/trace_format.h"
+#include "krn/thr/static_lock.h"
 #include "krn/thr/thr.h"
 #include "krn/thr/thr_time.h"
 
@@ -92,7 +93,7 @@ void destroyRecord(void* record) {
 }
 
 constinit ThrKey recordKey = kThrNoKeyYet;
-constinit std::mutex recordKeyLock;
+constinit StaticLock recordKeyLock;
 
 ThreadErrorRecord* threadRecord(bool create) {
     ThrKey key = kThrNoKeyYet;

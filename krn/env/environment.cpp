@@ -1,6 +1,7 @@
 #include "krn/env/environment.h"
 
 #include "krn/env/environment_platform.h"
+#include "krn/thr/static_lock.h"
 
 #include <cstdlib>
 #include <mutex>
@@ -8,7 +9,7 @@
 namespace quorvanti {
 namespace {
 
-constinit std::mutex environmentLock;
+constinit StaticLock environmentLock;
 
 }  // namespace
 

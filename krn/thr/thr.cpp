@@ -1,5 +1,6 @@
 #include "krn/thr/thr.h"
 
+#include "krn/thr/static_lock.h"
 #include "krn/thr/thr_platform.h"
 #include "krn/time/sleep.h"
 
@@ -19,10 +20,10 @@ struct RegisteredThread {
 };
 
 // The layer. Its locks need no start of their own, so the trace can make its keys before the layer is started.
-constinit std::mutex startLock;
-constinit std::mutex sectionGuard;
-constinit std::mutex keyListLock;
-constinit std::mutex threadListLock;
+constinit StaticLock startLock;
+constinit StaticLock sectionGuard;
+constinit StaticLock keyListLock;
+constinit StaticLock threadListLock;
 constinit std::atomic<bool> started{false};
 constinit std::atomic<ThrHandleSource> handleSource{&threadHandleDuplicate};
 

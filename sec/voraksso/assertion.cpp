@@ -2,6 +2,7 @@
 #include "base/dptrc/dptrace.h"
 #include "krn/time/clock.h"
 #include "sec/voraksso/assertion_checks.h"
+#include "sec/voraksso/assertion_result.h"
 #include "sec/voraksso/code_page_choice.h"
 #include "sec/voraksso/content_conversion.h"
 #include "sec/voraksso/guarded.h"
@@ -70,13 +71,14 @@ private:
         LibraryState& state = libraryState();
         const ThrRecMtxGuard lock(state.cryptoLock);
         const TicketKeyCache& key = state.ticketKey;
-        if (key.profileName[0] == '\0') {
+        const std::string_view name = cachedProfile(key);
+        if (name.empty()) {
             return;
         }
-        TRACE(3, "Memory key is used: %s\n", key.profileName);
-        context_.signingProfile.assign(std::string_view(key.profileName).substr(0, kProfileLimit));
-        if (key.keyPassword[0] != '\0') {
-            std::memcpy(keyPassword_.data(), key.keyPassword, keyPassword_.size());
+        TRACE(3, "Memory key is used: %.*s\n", static_cast<int>(name.size()), name.data());
+        context_.signingProfile.assign(name.substr(0, kProfileLimit));
+        if (const char* password = cachedPassword(key)) {
+            std::memcpy(keyPassword_.data(), password, keyPassword_.size());
             context_.password = keyPassword_.data();
         }
     }
@@ -280,39 +282,6 @@ std::int32_t addContents(AssertionContents& contents, const AssertionRequest& re
     return VORAK_OK;
 }
 
-void clearTicket(const AssertionRequest& request) {
-    if (*request.ticketLength > 0) {
-        request.ticket[0] = '\0';
-    }
-    *request.ticketLength = 0;
-}
-
-std::int32_t writeTicket(const AssertionRequest& request, std::string_view codePage, const ContentList& contents,
-                         const InContext& context) {
-    const std::span<char> text(request.ticket, *request.ticketLength);
-    std::uint32_t length = 0;
-    const std::int32_t code = WriteTicket(codePage, contents, context, text, &length);
-    switch (code) {
-        case VORAK_OK:
-            TRACE(2, "Creation of Assertion Ticket was successful.\n");
-            *request.ticketLength = length;
-            std::replace(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(length), '+', '!');
-            TRACE(3, "Cleanup of VorakCreateAssertionTicket\n");
-            return VORAK_OK;
-        case VORAK_BUFFER_TOO_SMALL:
-            TRACE_ERROR("Ticket string too long for output buffer.\n");
-            return VORAK_BUFFER_TOO_SMALL;
-        case VORAK_ENCODING_FAILED:
-            TRACE_ERROR("Internal error: Base64 encoding failed.\n");
-            clearTicket(request);
-            return VORAK_INVALID;
-        default:
-            TRACE_ERROR("Ticket creation failed with rc = %d.\n", code);
-            clearTicket(request);
-            return code;
-    }
-}
-
 std::int32_t createAssertionTicket(const AssertionRequest& request) {
     const SigningContext context(request);
     const std::array<char, 4> codePage = chooseCodePage({request.content->codePage, sizeof request.content->codePage});
@@ -321,7 +290,10 @@ std::int32_t createAssertionTicket(const AssertionRequest& request) {
     if (const std::int32_t code = addContents(contents, request); code != VORAK_OK) {
         return code;
     }
-    return writeTicket(request, codePageText, contents.list(), context.get());
+    std::uint32_t length = 0;
+    const std::int32_t code = WriteTicket(codePageText, contents.list(), context.get(),
+                                          std::span<char>(request.ticket, *request.ticketLength), &length);
+    return handOutTicket(request, code, length);
 }
 
 }  // namespace

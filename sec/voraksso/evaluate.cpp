@@ -54,11 +54,12 @@ void prepareContext(const EvaluationRequest& request, InContext& context) {
     context.cryptoTable = &state.cryptoTable;
     context.Format.assign(kTicketFormat);
     const bool given = request.profile != nullptr && *request.profile != '\0';
-    const char* profile = given ? request.profile : state.ticketKey.profileName;
-    const char* password = given ? request.password : state.ticketKey.keyPassword;
+    const std::string_view profile = given ? request.profile : cachedProfile(state.ticketKey);
+    const char* password = given ? request.password : cachedPassword(state.ticketKey);
     context.pzcsProName.assign(profile);
     context.password = password != nullptr && *password != '\0' ? password : nullptr;
-    TRACE(3, "Profile (path to key) is the following: %s\n", *profile != '\0' ? profile : "(NULL)");
+    TRACE(3, "Profile (path to key) is the following: %.*s\n", profile.empty() ? 6 : static_cast<int>(profile.size()),
+          profile.empty() ? "(NULL)" : profile.data());
     TRACE(3, "Password is %s\n", context.password != nullptr ? "set (but not displayed here)" : "null (empty)");
 }
 

@@ -9,6 +9,10 @@
 
 namespace quorvanti {
 
+inline std::string_view withoutTrailingBlanks(std::string_view text) {
+    return text.substr(0, text.find_last_not_of(' ') + 1);
+}
+
 // A text of fixed width, filled up with zero bytes; trailing blanks do not count.
 template <std::size_t Width>
 struct FixedText {
@@ -20,13 +24,7 @@ struct FixedText {
         std::memset(characters, 0, Width);
         std::memcpy(characters, text.data(), length);
     }
-    std::string_view view() const {
-        std::size_t length = strnlen(characters, Width);
-        while (length > 0 && characters[length - 1] == ' ') {
-            --length;
-        }
-        return {characters, length};
-    }
+    std::string_view view() const { return withoutTrailingBlanks({characters, strnlen(characters, Width)}); }
 };
 
 struct InContext {

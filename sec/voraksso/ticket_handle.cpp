@@ -9,6 +9,7 @@
 #include "sec/voraksso/properties.h"
 #include "sec/voraksso/signature.h"
 #include "sec/voraksso/state.h"
+#include "sec/voraksso/ticket_units.h"
 #include "sec/voraksso/validity.h"
 
 #include <algorithm>
@@ -44,7 +45,6 @@ namespace {
 
 constexpr char kTraceUnit[] = "sec/voraksso/ssoxxext";
 
-constexpr std::size_t kUnitsOffset = 5;
 constexpr std::size_t kUnitLimit = 100;
 constexpr std::uint32_t kErrorForeignCharacter = 3;
 constexpr std::uint32_t kErrorExpired = 4;
@@ -68,48 +68,6 @@ bool equalsIgnoringCase(std::string_view left, std::string_view right) {
     return left.size() == right.size() &&
            startsWithIgnoringCase({reinterpret_cast<const std::uint8_t*>(left.data()), left.size()}, right);
 }
-
-// Walks over the units of a ticket's decoded bytes.
-class UnitReader {
-public:
-    explicit UnitReader(std::span<const std::uint8_t> bytes) : bytes_(bytes) {}
-
-    // False at the end of the bytes, for a unit that is cut and at the signature; `atSignature` tells.
-    bool next(TicketUnit& unit) {
-        if (position_ >= bytes_.size()) {
-            return false;
-        }
-        unit.id = bytes_[position_++];
-        atSignature_ = unit.id == kUnitSignature;
-        std::span<const std::uint8_t> contents;
-        if (!readBlock(contents)) {
-            atSignature_ = false;
-            return false;
-        }
-        unit.block = {contents.data(), static_cast<std::uint32_t>(contents.size())};
-        return !atSignature_;
-    }
-    bool atSignature() const { return atSignature_; }
-
-private:
-    bool readBlock(std::span<const std::uint8_t>& contents) {
-        if (bytes_.size() - position_ < 2) {
-            return false;
-        }
-        const auto length = static_cast<std::size_t>(bytes_[position_] << 8 | bytes_[position_ + 1]);
-        position_ += 2;
-        if (length > bytes_.size() - position_) {
-            return false;
-        }
-        contents = bytes_.subspan(position_, length);
-        position_ += length;
-        return true;
-    }
-
-    std::span<const std::uint8_t> bytes_;
-    std::size_t position_ = kUnitsOffset;
-    bool atSignature_ = false;
-};
 
 // Keeps the first units; those beyond the limit are stepped over, so that the ticket can still be verified.
 bool parseUnits(TICKET& ticket) {
@@ -228,7 +186,7 @@ ValidateResult verifySignature(const TICKET& ticket, std::size_t signedLength) {
     LibraryState& state = libraryState();
     const ThrRecMtxGuard lock(state.cryptoLock);
     SignerCertificate certificate;
-    const SignatureParameters parameters{kTicketFormat, state.ticketKey.profileName, nullptr};
+    const SignatureParameters parameters{kTicketFormat, cachedProfile(state.ticketKey), nullptr};
     return ValidateTicket(std::span(ticket.decoded).first(signedLength), ticket.signature, state.cryptoTable,
                           parameters, certificate);
 }
@@ -242,13 +200,11 @@ std::int32_t verify(TICKET& ticket) {
         TRACE_ERROR("Ticket has not yet been parsed.");
         return refuse(ticket, kErrorState);
     }
-    const auto signedLength = static_cast<long>(ticket.decoded.size()) - static_cast<long>(ticket.signature.size()) - 3;
-    if (signedLength < 1) {
-        TRACE_ERROR("Invalid ticket structure. RawContent length: %ld, DerSignature length: %ld.", signedLength,
-                    static_cast<long>(ticket.signature.size()));
+    const std::size_t signedLength = signedLengthOf(ticket.decoded.size(), ticket.signature.size());
+    if (signedLength == 0) {
         return refuse(ticket, kErrorMalformed);
     }
-    const ValidateResult result = verifySignature(ticket, static_cast<std::size_t>(signedLength));
+    const ValidateResult result = verifySignature(ticket, signedLength);
     if (result != VORAK_OK) {
         TRACE_ERROR("Validate ticket failed with rc = %d", result);
         return refuse(ticket, kErrorMalformed);
@@ -307,6 +263,7 @@ std::int32_t initializeWithKeyStore(const char* cryptoLibrary, const char* keySt
         }
         std::memset(state.ticketKey.profileName, 0, sizeof state.ticketKey.profileName);
         name.copy(state.ticketKey.profileName, name.size());
+        state.ticketKey.profileIsKey = false;
     }
     return VorakInitialize(cryptoLibrary);
 }

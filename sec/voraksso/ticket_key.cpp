@@ -7,6 +7,7 @@
 #include "sec/kavsecu/crypto_memory.h"
 #include "sec/voraksso/base64.h"
 #include "sec/voraksso/guarded.h"
+#include "sec/voraksso/in_context.h"
 #include "sec/voraksso/state.h"
 
 #include <algorithm>
@@ -34,13 +35,14 @@ void storePassword(TicketKeyCache& cache, const char* password) {
     }
 }
 
-// What verification and creation pass as the key store: the name without trailing blanks.
+// What verification and creation pass as the key store: the name without trailing blanks. A key store that was named
+// at the start of the ticket handles gives way.
 void storeProfileName(TicketKeyCache& cache) {
-    std::size_t length = strnlen(cache.pseName, sizeof cache.profileName - 1);
-    while (length > 0 && cache.pseName[length - 1] == ' ') {
-        --length;
-    }
+    const std::size_t length =
+        withoutTrailingBlanks({cache.pseName, strnlen(cache.pseName, sizeof cache.profileName - 1)}).size();
+    std::memset(cache.profileName, 0, sizeof cache.profileName);
     std::memcpy(cache.profileName, cache.pseName, length);
+    cache.profileIsKey = true;
 }
 
 std::int32_t loadKeyStore(SsfFunctionTable& table, TicketKeyCache& cache, KeyContent content, const char* password) {
@@ -111,16 +113,8 @@ std::int32_t storeTrusted(const SsfFunctionTable& table, const TicketKeyCache& c
     return closeCode >= 0 && closeCode <= 0xFFFF ? closeCode : VORAK_CRYPTO_FAILED;
 }
 
-std::int32_t loadCertificate(SsfFunctionTable& table, TicketKeyCache& cache, KeyContent content, bool quietly) {
-    if (!resolveDecoder(table, cache)) {
-        TRACE_ERROR("Null pointer for function pointer kavsecu_decode_cert, wrong SSF library\n");
-        return VORAK_CRYPTO_FUNCTION_MISSING;
-    }
-    auto* release = requireFunction(table, ssf::SsfFreeCertificate, kTraceUnit);
-    if (release == nullptr) {
-        return VORAK_CRYPTO_FUNCTION_MISSING;
-    }
-    SsfCertificate* certificate = nullptr;
+std::int32_t decodeAndStore(const SsfFunctionTable& table, TicketKeyCache& cache, KeyContent content, bool quietly,
+                            SsfCertificate*& certificate) {
     const std::int32_t decoded =
         cache.decodeCertificate(content.data(), static_cast<std::int32_t>(content.size()), &certificate);
     if (decoded != SSF_API_OK || certificate == nullptr) {
@@ -131,9 +125,25 @@ std::int32_t loadCertificate(SsfFunctionTable& table, TicketKeyCache& cache, Key
     }
     const std::int32_t code = storeTrusted(table, cache, certificate);
     storeProfileName(cache);
-    release(&certificate);
+    return code;
+}
+
+std::int32_t loadCertificate(SsfFunctionTable& table, TicketKeyCache& cache, KeyContent content, bool quietly) {
+    if (!resolveDecoder(table, cache)) {
+        TRACE_ERROR("Null pointer for function pointer kavsecu_decode_cert, wrong SSF library\n");
+        return VORAK_CRYPTO_FUNCTION_MISSING;
+    }
+    auto* release = requireFunction(table, ssf::SsfFreeCertificate, kTraceUnit);
+    if (release == nullptr) {
+        return VORAK_CRYPTO_FUNCTION_MISSING;
+    }
+    SsfCertificate* certificate = nullptr;
+    const std::int32_t code = decodeAndStore(table, cache, content, quietly, certificate);
+    if (certificate != nullptr) {
+        release(&certificate);
+    }
     storeBytes(cache, content);
-    // Also when the certificate could not be stored, before the clean-up: deliberate, kept in this order.
+    // Whatever came of it, and before the clean-up: deliberate, kept in this order.
     TRACE(2, "Ticket key from X509 certificate loaded \n");
     return code;
 }
@@ -167,7 +177,9 @@ std::int32_t replaceKey(SsfFunctionTable& table, TicketKeyCache& cache, KeyConte
         TRACE_ERROR("Null pointer for Ssf function pointer, wrong SSF library\n");
         return VORAK_CRYPTO_FUNCTION_MISSING;
     }
-    releaseTicketKey(cache);
+    if (cache.pseName != nullptr) {  // else the name is that of the ticket handles and stays
+        releaseTicketKey(cache);
+    }
     const std::int32_t code = create(&cache.pseName);
     if (code != SSF_API_OK || cache.pseName == nullptr) {
         cache.pseName = nullptr;
@@ -180,6 +192,14 @@ std::int32_t replaceKey(SsfFunctionTable& table, TicketKeyCache& cache, KeyConte
 }
 
 }  // namespace
+
+std::string_view cachedProfile(const TicketKeyCache& cache) {
+    return withoutTrailingBlanks(cache.profileName);
+}
+
+const char* cachedPassword(const TicketKeyCache& cache) {
+    return cache.profileIsKey && cache.keyPassword[0] != '\0' ? cache.keyPassword : nullptr;
+}
 
 void wipeMemory(void* memory, std::size_t length) {
     volatile auto* bytes = static_cast<volatile std::uint8_t*>(memory);
@@ -196,6 +216,7 @@ void releaseTicketKey(TicketKeyCache& cache) {
         cache.pseName = nullptr;
     }
     wipeMemory(cache.profileName, sizeof cache.profileName);
+    cache.profileIsKey = false;
     wipeMemory(cache.keyPassword, sizeof cache.keyPassword);
     wipeMemory(cache.keyBytes, sizeof cache.keyBytes);
     cache.keyLength = 0;

@@ -1,5 +1,6 @@
 #include "tests/sec/voraksso/engine_fixture.h"
 
+#include "sec/voraksso/assertion_result.h"
 #include "sec/voraksso/state.h"
 #include "sec/voraksso/ticket_codec.h"
 
@@ -422,6 +423,28 @@ TEST_F(Assertion, ASigningFailureClearsTheOutput) {
     length = 0;
     EXPECT_NE(VorakCreateAssertionTicket("A", "1", "p", nullptr, &content, &untouched, &length), VORAK_OK);
     EXPECT_EQ(untouched, '\x7E') << "a capacity of 0 is not written to";
+}
+
+TEST_F(Assertion, EachOutcomeOfTheWriterHasItsLineAndWhatItLeavesBehind) {
+    const TraceCapture trace(2);
+    char text[] = "a+b+";
+    std::uint32_t room = 3;
+    const AssertionRequest request{ownSystemId, ownClient, profile, password, &content, text, &room};
+    EXPECT_EQ(handOutTicket(request, VORAK_OK, 4), VORAK_BUFFER_TOO_SMALL);
+    EXPECT_EQ(room, 3u);
+    EXPECT_STREQ(text, "a+b+");
+    room = 4;
+    EXPECT_EQ(handOutTicket(request, VORAK_OK, 4), VORAK_OK);
+    EXPECT_EQ(room, 4u);
+    EXPECT_STREQ(text, "a!b!");
+    EXPECT_EQ(handOutTicket(request, VORAK_ENCODING_FAILED, 0), VORAK_INVALID);
+    EXPECT_EQ(room, 0u);
+    EXPECT_EQ(text[0], '\0');
+    EXPECT_EQ(trace.lines(), (std::vector<std::string>{
+                                 "Creation of Assertion Ticket was successful.",
+                                 "*** ERROR => Ticket has length 4, but buffer with length 3 provided. [ssoxxext]",
+                                 "Creation of Assertion Ticket was successful.",
+                                 "*** ERROR => Internal error: Base64 encoding failed. [ssoxxext]"}));
 }
 
 class AssertionWithoutSign : public Assertion {

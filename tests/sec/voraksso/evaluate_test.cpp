@@ -76,12 +76,12 @@ TEST_F(Evaluate, MissingTextsAreNamedAtLevel3) {
 
 TEST_F(Evaluate, WithoutAProfileTheCachedKeyIsUsed) {
     const TraceCapture trace(3);
-    std::strcpy(libraryState().ticketKey.profileName, "memory-store");
-    std::strcpy(libraryState().ticketKey.keyPassword, "key-password");
+    ASSERT_EQ(VorakLoadTicketKey(reinterpret_cast<const std::uint8_t*>("image"), 5, "key-password", 0, VORAK_KEY_STORE),
+              VORAK_OK);
     FullRecord record;
     const std::string text = ticket(everything());
     EXPECT_EQ(VorakEvalLogonTicketEx(text.c_str(), nullptr, "ignored", nullptr, nullptr, &record.info), VORAK_OK);
-    EXPECT_EQ(crypto.argument("SsfVerify", "profile"), "memory-store");
+    EXPECT_EQ(crypto.argument("SsfVerify", "profile"), libraryState().ticketKey.pseName);
     EXPECT_EQ(crypto.argument("SsfVerify", "password"), "key-password");
     EXPECT_FALSE(trace.contains("key-password"));
 }

@@ -5,6 +5,8 @@
 #include "sec/kavsecu/crypto_memory.h"
 #include "sec/voraksso/state.h"
 
+#include <utility>
+
 namespace quorvanti {
 namespace {
 
@@ -218,6 +220,26 @@ TEST_F(SignatureTest, ASignerThatCouldNotSignIsDescribed) {
                         "signer error. [secuload]"));
     EXPECT_TRUE(hasLine(trace, " Signer   ID: <implicit> "));
     EXPECT_FALSE(trace.contains("secret"));
+}
+
+TEST_F(SignatureTest, ASigningFailureWithoutASignerYields9) {
+    static SsfSigRcpSsfInfo* removed = nullptr;
+    const TraceCapture trace(1);
+    crypto->hooks.SsfSign = [](auto, auto, auto, auto, auto, auto, auto, auto, SsfSigRcpSsfInfoList* signers, auto,
+                               auto) -> std::int32_t {
+        removed = std::exchange(signers->first, nullptr);
+        return 12;
+    };
+    EXPECT_EQ(sign(), VORAK_INVALID);
+    for (const char* text : {removed->id, removed->profile, removed->password}) {
+        delete[] text;
+    }
+    delete removed;
+    EXPECT_EQ(trace.lines(),
+              (std::vector<std::string>{
+                  "*** ERROR => SsfSign failed (see note 7700101). [ssoxxsgn]",
+                  "*** ERROR =>  SsfSign returned 12 :: SSF_API_DECODE_FAILED :: Could not decode input. [secuload]",
+                  "*** ERROR =>  SsfSign returned null for SignerList. [ssoxxsgn]"}));
 }
 
 TEST_F(SignatureTest, ASigningWithoutResultIsNoSuccess) {

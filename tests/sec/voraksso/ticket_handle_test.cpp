@@ -1,6 +1,7 @@
 #include "tests/sec/voraksso/engine_fixture.h"
 
 #include "sec/voraksso/state.h"
+#include "sec/voraksso/ticket_units.h"
 
 #include <algorithm>
 #include <memory>
@@ -188,6 +189,18 @@ TEST_F(TicketHandle, VerifyNeedsATicketFirst) {
               std::vector<std::string>{"*** ERROR => Ticket has probably not yet been parsed. [ssoxxext]"});
 }
 
+TEST_F(TicketHandle, NothingBeforeTheSignatureIsNoTicket) {
+    const TraceCapture trace(1);
+    EXPECT_EQ(signedLengthOf(14, 10), 1u);
+    EXPECT_EQ(signedLengthOf(13, 10), 0u);
+    EXPECT_EQ(signedLengthOf(5, 10), 0u);
+    EXPECT_EQ(trace.lines(),
+              (std::vector<std::string>{"*** ERROR => Invalid ticket structure. RawContent length: 0, DerSignature "
+                                        "length: 10. [ssoxxext]",
+                                        "*** ERROR => Invalid ticket structure. RawContent length: -8, DerSignature "
+                                        "length: 10. [ssoxxext]"}));
+}
+
 TEST_F(TicketHandle, IsVerifiedOnce) {
     const TraceCapture trace(1);
     ASSERT_TRUE(set(aged()));
@@ -229,6 +242,10 @@ TEST_F(TicketHandle, VerifiesAgainstTheKeyStoreOfItsInitialization) {
     ASSERT_TRUE(set(aged()));
     EXPECT_EQ(TcktVerify(handle.get()), 1);
     EXPECT_EQ(crypto.argument("SsfVerify", "profile"), "trusted.pse");
+    EXPECT_EQ(TcktInitializeEx(crypto.path().c_str(), "trailing blanks  "), VORAK_OK);
+    ASSERT_TRUE(set(aged()));
+    EXPECT_EQ(TcktVerify(handle.get()), 1);
+    EXPECT_EQ(crypto.argument("SsfVerify", "profile"), "trailing blanks");
     EXPECT_EQ(TcktInitializeEx(crypto.path().c_str(), nullptr), VORAK_OK);
     EXPECT_EQ(libraryState().ticketKey.profileName[0], '\0');
 }

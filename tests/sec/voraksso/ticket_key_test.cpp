@@ -117,12 +117,13 @@ TEST_F(TicketKey, ACertificateThatCannotBeDecodedIsTracedForType1Only) {
         const TraceCapture trace(2);
         EXPECT_EQ(load("x", VORAK_KEY_CERTIFICATE), VORAK_CRYPTO_FAILED);
         EXPECT_EQ(trace.lines(),
-                  std::vector<std::string>{"*** ERROR => The decode_cert function failed in SSF library with rc = 40 "
-                                           "[ssoxxext]"});
+                  (std::vector<std::string>{"*** ERROR => The decode_cert function failed in SSF library with rc = 40 "
+                                            "[ssoxxext]",
+                                            "Ticket key from X509 certificate loaded "}));
     }
     const TraceCapture trace(2);
     EXPECT_EQ(load("x", VORAK_KEY_CERTIFICATE_QUIETLY), VORAK_CRYPTO_FAILED);
-    EXPECT_TRUE(trace.lines().empty());
+    EXPECT_EQ(trace.lines(), std::vector<std::string>{"Ticket key from X509 certificate loaded "});
     EXPECT_TRUE(nothingCached());
 }
 
@@ -241,6 +242,22 @@ TEST_F(TicketKey, AnEvaluationWithoutAProfileUsesAKeyThatIsAKeyStoreOnly) {
     EXPECT_EQ(usedProfile(), key().pseName);
     load("key", VORAK_KEY_HMAC);
     EXPECT_EQ(usedProfile(), "");
+}
+
+TEST_F(TicketKey, ATokenKeyLeavesTheKeyStoreOfTheTicketHandlesAndItsPasswordOpensNothing) {
+    const std::string text = ticket(logon());
+    const auto used = [&] {
+        FullRecord record;
+        EXPECT_EQ(VorakEvalTicket(text.c_str(), static_cast<std::uint32_t>(text.size()), &record.info), VORAK_OK);
+        return crypto.argument("SsfVerify", "profile") + "/" + crypto.argument("SsfVerify", "password");
+    };
+    ASSERT_EQ(TcktInitializeEx(crypto.path().c_str(), "named-for-handles.pse"), VORAK_OK);
+    ASSERT_EQ(load("key", VORAK_KEY_HMAC, "token password"), VORAK_OK);
+    EXPECT_EQ(used(), "named-for-handles.pse/");
+    ASSERT_EQ(load("image", VORAK_KEY_STORE, "pw"), VORAK_OK);
+    EXPECT_EQ(used(), key().pseName + std::string("/pw"));
+    ASSERT_EQ(TcktInitializeEx(crypto.path().c_str(), "x"), VORAK_OK);
+    EXPECT_EQ(used(), "x/") << "the password is that of the loaded key";
 }
 
 class MissingForKeys : public TicketKey, public ::testing::WithParamInterface<std::array<const char*, 2>> {

@@ -56,6 +56,8 @@ EVP_PKEY* makeKey(KeyKind kind) {
     switch (kind) {
         case KeyKind::rsa:
             return EVP_PKEY_Q_keygen(nullptr, nullptr, "RSA", static_cast<std::size_t>(2048));
+        case KeyKind::rsa3072:
+            return EVP_PKEY_Q_keygen(nullptr, nullptr, "RSA", static_cast<std::size_t>(3072));
         case KeyKind::ec:
             return EVP_PKEY_Q_keygen(nullptr, nullptr, "EC", "P-256");
         case KeyKind::dsa:

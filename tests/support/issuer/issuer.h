@@ -5,7 +5,8 @@
 
 namespace quorvanti::test {
 
-enum class KeyKind { rsa, ec, dsa };  // RSA with 2048 bits, EC on P-256, DSA with 2048 bits
+// RSA with 2048 and 3072 bits, EC on P-256, DSA with 2048 bits.
+enum class KeyKind { rsa, rsa3072, ec, dsa };
 
 struct SignOptions {
     std::string hash = "sha256";
@@ -14,7 +15,16 @@ struct SignOptions {
 };
 
 inline const char* nameOf(KeyKind kind) {
-    return kind == KeyKind::rsa ? "rsa" : kind == KeyKind::ec ? "ec" : "dsa";
+    switch (kind) {
+        case KeyKind::rsa:
+            return "rsa";
+        case KeyKind::rsa3072:
+            return "rsa3072";
+        case KeyKind::ec:
+            return "ec";
+        default:
+            return "dsa";
+    }
 }
 
 }  // namespace quorvanti::test

@@ -59,7 +59,9 @@ void OpensslIssuer::makeKeyAndCertificate(KeyKind kind, const std::string& name)
     const std::string parameters = base_ + ".params.pem";
     switch (kind) {
         case KeyKind::rsa:
-            runOpenssl({"genpkey", "-algorithm", "RSA", "-pkeyopt", "rsa_keygen_bits:2048", "-out", keyFile()});
+        case KeyKind::rsa3072:
+            runOpenssl({"genpkey", "-algorithm", "RSA", "-pkeyopt",
+                        kind == KeyKind::rsa ? "rsa_keygen_bits:2048" : "rsa_keygen_bits:3072", "-out", keyFile()});
             break;
         case KeyKind::ec:
             runOpenssl({"genpkey", "-algorithm", "EC", "-pkeyopt", "ec_paramgen_curve:P-256", "-out", keyFile()});

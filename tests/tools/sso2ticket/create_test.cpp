@@ -5,6 +5,7 @@
 #include "tools/sso2ticket/ticket_input.h"
 
 #include <ctime>
+#include <filesystem>
 
 using namespace quorvanti::test;
 using testing::HasSubstr;
@@ -147,6 +148,51 @@ TEST_F(Create, SaysWhyNoTicketWasMade) {
     EXPECT_EQ(told.exitCode, configuration);
     EXPECT_EQ(json(told)["created"], false);
     EXPECT_EQ(json(told)["ssfError"], 25);
+}
+
+// An own key store of openssl's making, with the ciphers that old programs write.
+class OldKeyStore : public Create {
+protected:
+    OldKeyStore() {
+        EXPECT_EQ(openssl({"req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "30", "-subj", "/CN=old",
+                           "-keyout", directory_.file("key"), "-out", trusted_})
+                      .exitCode,
+                  0);
+        const CommandResult made =
+            openssl({"pkcs12", "-export", "-legacy", "-certpbe", "PBE-SHA1-RC2-40", "-keypbe", "PBE-SHA1-3DES",
+                     "-inkey", directory_.file("key"), "-in", trusted_, "-out", store_, "-passout", "pass:opensesame"});
+        EXPECT_EQ(made.exitCode, 0) << made.err;
+    }
+};
+
+TEST_F(OldKeyStore, Signs) {
+    const CommandResult made = create({"--user", "JDOE"});
+    ASSERT_EQ(made.exitCode, accepted) << made.err;
+    EXPECT_EQ(evaluate(made.out, "DEV", "200").exitCode, accepted);
+}
+
+TEST_F(OldKeyStore, EachWayNotToOpenHasItsAnswer) {
+    // The crypto library's sentence is in the trace.
+    const auto told = [this](const std::string& sentence) {
+        const std::string trace = directory_.file("trace");
+        const CommandResult refused = create({"--user", "JDOE", "--json", "--trace", trace, "--trace-level", "2"});
+        EXPECT_EQ(refused.exitCode, configuration);
+        EXPECT_THAT(readFile(trace), HasSubstr(sentence));
+        return json(refused)["ssfError"];
+    };
+    {
+        const EnvironmentVariable wrong("QUORVANTI_TEST_PASSWORD", "swordfish");
+        EXPECT_EQ(told("Key store " + store_ + " does not open with the password given."), 25);
+    }
+    {
+        const EnvironmentVariable withoutOldCiphers("OPENSSL_MODULES", directory_.path().c_str());
+        EXPECT_EQ(told("Key store " + store_ + " is encrypted with "), 24);
+        EXPECT_EQ(told(", which cannot be read here"), 24);
+    }
+    writeFile(store_, "no key store");
+    EXPECT_EQ(told("Key store " + store_ + " is neither PKCS#12 nor PEM nor a DER certificate."), 24);
+    std::filesystem::remove(store_);
+    EXPECT_EQ(told("Key store " + store_ + " does not exist."), 23);
 }
 
 TEST_F(Create, AKeyStoreThatOnlyVerifiesIsAMatterOfConfiguration) {

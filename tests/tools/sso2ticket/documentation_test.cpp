@@ -10,6 +10,8 @@ using namespace quorvanti::test;
 using quorvanti::CompletionCommand;
 using quorvanti::CompletionOption;
 using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
 using testing::UnorderedElementsAre;
 
 namespace {
@@ -50,6 +52,18 @@ std::set<std::string> optionsIn(const std::string& text) {
 
 class Documentation : public Tool {
 protected:
+    static bool installed(const std::string& shell) {
+        return runCommand({"sh", "-c", "command -v " + shell}).exitCode == 0;
+    }
+    // What a shell prints that runs this script.
+    std::string says(std::vector<std::string> shell, const std::string& script) const {
+        writeFile(directory_.file("script"), script);
+        shell.push_back(directory_.file("script"));
+        const CommandResult result = runCommand(shell);
+        EXPECT_EQ(result.exitCode, 0) << result.err;
+        EXPECT_EQ(result.err, "");
+        return result.out;
+    }
     // What bash offers behind these words, the last of which is being typed.
     std::vector<std::string> offered(const std::string& words) const {
         writeFile(directory_.file("script"), "source '" QUORVANTI_PACKAGING
@@ -100,6 +114,40 @@ TEST_F(Documentation, BashOffersWhatFits) {
     EXPECT_THAT(offered("sso2ticket create --s"), UnorderedElementsAre("--system-id"));
     EXPECT_THAT(offered("sso2ticket verify --json --exp"), UnorderedElementsAre("--explain"));
     EXPECT_THAT(offered("sso2ticket verify --profile --"), UnorderedElementsAre());  // a file name is wanted
+}
+
+TEST_F(Documentation, FishOffersWhatFits) {
+    if (!installed("fish")) {
+        GTEST_SKIP() << "needs fish";
+    }
+    const auto fishOffers = [this](const std::string& words) {
+        return says({"fish", "--no-config"},
+                    "source '" QUORVANTI_PACKAGING "/completions/sso2ticket.fish'\ncomplete -C'" + words + "'\n");
+    };
+    EXPECT_EQ(fishOffers("sso2ticket ver"), "verify\tEvaluate a ticket: signature, age, recipient\n");
+    EXPECT_THAT(fishOffers("sso2ticket keystore create --s"), StartsWith("--subject\t"));
+    EXPECT_THAT(fishOffers("sso2ticket create --s"), StartsWith("--system-id\t"));
+    EXPECT_THAT(fishOffers("sso2ticket verify --json --exp"), StartsWith("--explain\t"));
+    EXPECT_EQ(fishOffers("sso2ticket keystore create --recipient"), "");
+}
+
+TEST_F(Documentation, ZshOffersWhatFits) {
+    if (!installed("zsh")) {
+        GTEST_SKIP() << "needs zsh";
+    }
+    // Without its line editor: _arguments shows what it is given.
+    const auto zshOffers = [this](const std::string& words) {
+        return says({"zsh", "-f"}, "_arguments() { print -rl -- \"$CURRENT $words\" \"$@\" }\nwords=(" + words +
+                                       ")\nCURRENT=$#words\nsource '" QUORVANTI_PACKAGING
+                                       "/completions/_sso2ticket'\n");
+    };
+    EXPECT_THAT(zshOffers("sso2ticket ver"), HasSubstr("1:command:(verify inspect "));
+    EXPECT_THAT(zshOffers("sso2ticket keystore cr"), HasSubstr("1:command:(create list "));
+    const std::string keystoreCreate = zshOffers("sso2ticket keystore create --s");
+    EXPECT_THAT(keystoreCreate, StartsWith("2 create --s\n"));
+    EXPECT_THAT(keystoreCreate, HasSubstr("\n--subject[The owner's name, "));
+    EXPECT_THAT(keystoreCreate, Not(HasSubstr("--system-id")));
+    EXPECT_THAT(zshOffers("sso2ticket create --s"), HasSubstr("\n--system-id[System id of the issuer]:value:_files\n"));
 }
 
 TEST_F(Documentation, TheManPageHasEveryCommandWithExactlyItsOptions) {

@@ -1,15 +1,19 @@
-# quorvanti_test(name SOURCES ... [LIBRARIES ...] [LABELS ...] [DEFAULT_CRYPTO_LIBRARY] [LEAKS_BY_NATURE])
+# quorvanti_test(name SOURCES ... [LIBRARIES ...] [LABELS ...] [FIXTURE ...] [DEFAULT_CRYPTO_LIBRARY] [LEAKS_BY_NATURE])
 # One GoogleTest program. Every test of it runs in a process of its own, so tests may change process-wide state.
+# FIXTURE: a test that must have run before; it says so with FIXTURES_SETUP.
 # DEFAULT_CRYPTO_LIBRARY: it starts the library with the bundled crypto library, by its default name.
 # LEAKS_BY_NATURE: what it provokes cannot be given back by anybody.
 find_package(GTest REQUIRED)
 include(GoogleTest)
 
 function(quorvanti_test name)
-  cmake_parse_arguments(arg "DEFAULT_CRYPTO_LIBRARY;LEAKS_BY_NATURE" "" "SOURCES;LIBRARIES;LABELS" ${ARGN})
+  cmake_parse_arguments(arg "DEFAULT_CRYPTO_LIBRARY;LEAKS_BY_NATURE" "FIXTURE" "SOURCES;LIBRARIES;LABELS" ${ARGN})
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} quorvanti_warnings GTest::gmock GTest::gtest_main)
   set(properties TIMEOUT 300)
+  if(arg_FIXTURE)
+    list(APPEND properties FIXTURES_REQUIRED ${arg_FIXTURE})
+  endif()
   if(arg_LABELS)
     list(APPEND properties LABELS "${arg_LABELS}")
   endif()

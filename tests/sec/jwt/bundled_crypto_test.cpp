@@ -2,6 +2,7 @@
 // that it is for an HMAC.
 #include "sec/jwt/base64url.h"
 #include "sec/jwt/jwt_signature.h"
+#include "sec/voraksso/state.h"
 #include "tests/sec/jwt/token_maker.h"
 #include "tests/support/temporary_directory.h"
 
@@ -32,6 +33,26 @@ constexpr char kA2Modulus[] =
     "sD1W_YpRPEwOWvG6b32690r2jZ47soMZo9wGzjb_7OMg0LOL-bSf63kpaSHSXndS5z5rexMdbBYUsLA9e-KXBdQOS-"
     "UTo7WTBEMa2R2CapHg665xsmt"
     "dVMTBQY4uDZlxvb3qCo5ZwKh9kG4LT6_I5IhlJH7aGhyxXFvUK-DWNmoudF8NAco9_h9iaGNj8q2ethFkMLs91kzk2PAcDTW9gb54h4FRWyuXpoQ";
+// RFC 7520, sections 4.1 (RS256, with the key of 3.4) and 4.4 (HS256, with the key of 3.5). What is signed is a text.
+constexpr char kCookbookText[] =
+    "SXTigJlzIGEgZGFuZ2Vyb3VzIGJ1c2luZXNzLCBGcm9kbywgZ29pbmcgb3V0IHlvdXIgZG9vci4gWW91IHN0ZXAgb250byB0aGUg"
+    "cm9hZCwgYW5kIGlmIHlvdSBkb24ndCBrZWVwIHlvdXIgZmVldCwgdGhlcmXigJlzIG5vIGtub3dpbmcgd2hlcmUgeW91IG1pZ2h0"
+    "IGJlIHN3ZXB0IG9mZiB0by4";
+constexpr char kCookbookRsaHeader[] = "eyJhbGciOiJSUzI1NiIsImtpZCI6ImJpbGJvLmJhZ2dpbnNAaG9iYml0b24uZXhhbXBsZSJ9";
+constexpr char kCookbookRsaModulus[] =
+    "n4EPtAOCc9AlkeQHPzHStgAbgs7bTZLwUBZdR8_KuKPEHLd4rHVTeT-O-XV2jRojdNhxJWTDvNd7nqQ0VEiZQHz_AJmSCpMaJMRB"
+    "SFKrKb2wqVwGU_NsYOYL-QtiWN2lbzcEe6XC0dApr5ydQLrHqkHHig3RBordaZ6Aj-oBHqFEHYpPe7Tpe-OfVfHd1E6cS6M1FZcD"
+    "1NNLYD5lFHpPI9bTwJlsde3uhGqC0ZCuEHg8lhzwOHrtIQbS0FVbb9k3-tVTU4fg_3L_vniUFAKwuCLqKnS2BYwdq_mzSnbLY7h_"
+    "qixoR7jig3__kRhuaxwUkRz5iaiQkqgc5gHdrNP5zw";
+constexpr char kCookbookRsaSignature[] =
+    "MRjdkly7_-oTPTS3AXP41iQIGKa80A0ZmTuV5MEaHoxnW2e5CZ5NlKtainoFmKZopdHM1O2U4mwzJdQx996ivp83xuglII7PNDi8"
+    "4wnB-BDkoBwA78185hX-Es4JIwmDLJK3lfWRa-XtL0RnltuYv746iYTh_qHRD68BNt1uSNCrUCTJDt5aAE6x8wW1Kt9eRo4QPocS"
+    "adnHXFxnt8Is9UzpERV0ePPQdLuW3IS_de3xyIrDaLGdjluPxUAhb6L2aXic1U12podGU0KLUQSE_oI-ZnmKJ3F4uOZDnd6QZWJu"
+    "shZ41Axf_fcIe8u9ipH84ogoree7vjbU5y18kDquDg";
+constexpr char kCookbookMacHeader[] =
+    "eyJhbGciOiJIUzI1NiIsImtpZCI6IjAxOGMwYWU1LTRkOWItNDcxYi1iZmQ2LWVlZjMxNGJjNzAzNyJ9";
+constexpr char kCookbookMacKey[] = "hJtXIZ2uSN5kbQfbtTNWbpdmhkV8FJG-Onbc6mxCcYg";
+constexpr char kCookbookMac[] = "s0h6KThzkfBBBkLspW1h84VsJZFTsPPqMDA7g1Md7p0";
 constexpr std::int64_t kBeforeTheyExpire = 1'300'819'379;
 
 std::string decoded(std::string_view text) {
@@ -91,6 +112,35 @@ TEST_F(BundledCrypto, FindsThePublishedMacRight) {
     const std::string value = decoded(kA1Signature);
     EXPECT_EQ(verifyJwtSignature({algorithm, kA1, bytesOf(value), bytesOf(key)}, table, functions), 0);
     EXPECT_NE(verifyJwtSignature({algorithm, kA1, bytesOf(value), bytesOf(key).first(63)}, table, functions), 0);
+}
+
+std::int32_t verified(const JwtAlgorithm& algorithm, const std::string& text, const std::string& signature,
+                      const std::string& key) {
+    CryptFunctions functions;
+    return verifyJwtSignature({algorithm, text, bytesOf(signature), bytesOf(key)}, libraryState().cryptoTable,
+                              functions);
+}
+
+// Their payload is no object, which is found only when the signature is right.
+TEST_F(BundledCrypto, FindsTheSignaturesOfTheCookbookRight) {
+    const JwtAlgorithm rs256{"RS256", 4, "SHA256", JwtScheme::rsa};
+    const JwtAlgorithm hs256{"HS256", 1, "SHA256", JwtScheme::hmac};
+    const JwtAlgorithm rs384{"RS384", 5, "SHA384", JwtScheme::rsa};
+    const std::string rsaText = std::string(kCookbookRsaHeader) + "." + kCookbookText;
+    const std::string macText = std::string(kCookbookMacHeader) + "." + kCookbookText;
+    const std::string publicKey = publicKeyOf(decoded(kCookbookRsaModulus));
+    const std::string macKey = decoded(kCookbookMacKey);
+    EXPECT_EQ(verified(rs256, rsaText, decoded(kCookbookRsaSignature), publicKey), 0);
+    EXPECT_NE(verified(rs256, rsaText + "A", decoded(kCookbookRsaSignature), publicKey), 0);
+    EXPECT_NE(verified(rs384, rsaText, decoded(kCookbookRsaSignature), publicKey), 0);
+    EXPECT_NE(verified(rs256, rsaText, decoded(kCookbookRsaSignature), publicKeyOf(decoded(kA2Modulus))), 0);
+    EXPECT_EQ(verified(hs256, macText, decoded(kCookbookMac), macKey), 0);
+    EXPECT_NE(verified(hs256, macText + "A", decoded(kCookbookMac), macKey), 0);
+    EXPECT_NE(verified(hs256, macText, decoded(kCookbookMac).substr(0, 31), macKey), 0);
+
+    EXPECT_EQ(outcome(rsaText + "." + kCookbookRsaSignature, publicKey), "5 Invalid JWT body parsed");
+    EXPECT_EQ(outcome(macText + "." + kCookbookMac, macKey), "5 Invalid JWT body parsed");
+    EXPECT_EQ(outcome(macText + "." + kCookbookMac, macKey + "x"), "5 JWT signature validation failed");
 }
 
 TEST_F(BundledCrypto, ReadsAnRsaKeyInEveryFormAndNeverTakesItForAMac) {

@@ -1,40 +1,11 @@
 // Tokens for the tests of the program, signed with a secret or with an RSA key.
 #pragma once
 
-#include "tests/sec/jwt/token_maker.h"
 #include "tests/support/issuer/in_process_issuer.h"
+#include "tests/support/issuer/token_signing.h"
 #include "tests/tools/sso2ticket/tool.h"
 
-#include <openssl/evp.h>
-#include <openssl/hmac.h>
-
-#include <array>
-#include <memory>
-
 namespace quorvanti::test {
-
-inline std::string signedWithSecret(std::string_view payload, std::string_view secret,
-                                    std::string_view header = kHs256) {
-    const std::string text = base64Url(header) + "." + base64Url(payload);
-    std::array<unsigned char, EVP_MAX_MD_SIZE> mac{};
-    unsigned length = 0;
-    HMAC(EVP_sha256(), secret.data(), static_cast<int>(secret.size()),
-         reinterpret_cast<const unsigned char*>(text.data()), text.size(), mac.data(), &length);
-    return text + "." + base64Url({reinterpret_cast<const char*>(mac.data()), length});
-}
-
-inline std::string signedWithKey(std::string_view payload, EVP_PKEY* key, std::string_view header = kRs256) {
-    const std::string text = base64Url(header) + "." + base64Url(payload);
-    const std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context(EVP_MD_CTX_new(), &EVP_MD_CTX_free);
-    std::string signature(1024, '\0');
-    std::size_t length = signature.size();
-    EXPECT_EQ(EVP_DigestSignInit(context.get(), nullptr, EVP_sha256(), nullptr, key), 1);
-    EXPECT_EQ(EVP_DigestSign(context.get(), reinterpret_cast<unsigned char*>(signature.data()), &length,
-                             reinterpret_cast<const unsigned char*>(text.data()), text.size()),
-              1);
-    signature.resize(length);
-    return text + "." + base64Url(signature);
-}
 
 class JwtTool : public Tool {
 protected:

@@ -72,7 +72,7 @@ TEST_F(JwtVerify, ExplainsARejection) {
     expectResult(verify({"--secret-file", secretFile_, signedWithSecret(R"({"sub":"bob"})", "another secret")}),
                  rejected, "a line end at the end of a secret file is part of the secret");
     expectResult(verify({"--secret-file", secretFile_,
-                         signedWithSecret(R"({"sub":"bob"})", secret_, R"({"typ":"JWT","alg":"HS256"})")}),
+                         signedWithSecret(R"({"sub":"bob"})", secret_, R"({"typ":"JWT","alg":"HS256"})", "HS256")}),
                  rejected, "\"alg\" before \"typ\"");
     const InProcessIssuer other(KeyKind::rsa);
     expectResult(verify({"--key", certificate_, signedWithKey(R"({"sub":"bob"})", other.key())}), rejected,

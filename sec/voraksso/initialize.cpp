@@ -23,9 +23,10 @@ class StartInProgress {
 public:
     StartInProgress() {
         const StartGuard guard;
-        if (running_++ == 0 && libraryState().initialized == 0) {
+        if (running_ == 0 && libraryState().initialized == 0) {
             openTraceOfEnvironment();
         }
+        ++running_;
     }
     ~StartInProgress() {
         const StartGuard guard;
@@ -73,7 +74,7 @@ CryptoLibrary chooseCryptoLibrary(const char* named) {
         TRACE(2, "Use SSF_LIB = %s \n ", fromEnvironment);
         return library;
     }
-    TRACE(2, "No SSF_LIB environment set use default: %s \n", kDefaultCryptoLibraries[0]);
+    TRACE(2, "No SSF_LIB environment set use default: %s \n ", kDefaultCryptoLibraries[0]);
     for (const char* standard : kDefaultCryptoLibraries) {
         library.name = standard;
         if (DlLoadLib(standard, library.handle, DlReport::nothing) == kDlOk) {

@@ -14,6 +14,10 @@ ThrRecMtx& startLock() {
 
 }  // namespace
 
+LibraryState::LibraryState() {
+    ThrRecMtxInit(cryptoLock, "QUORVANTI_SSF");
+}
+
 LibraryState& libraryState() {
     static LibraryState state;
     return state;
@@ -43,7 +47,6 @@ std::int32_t ensureFrame() {
     ThrCSCreate(state.initLock);
     ThrCSCreate(state.conversionLock);
     ThrCSCreate(state.propertyLock);
-    ThrRecMtxInit(state.cryptoLock, "QUORVANTI_SSF");
     state.frameReady = 1;
     return kThrOk;
 }

@@ -13,6 +13,8 @@ namespace quorvanti {
 inline constexpr std::int32_t kInterfaceVersion = 15;
 
 struct LibraryState {
+    LibraryState();
+
     // Owner: initialize.cpp, under initLock and cryptoLock.
     std::atomic<std::uint8_t> initialized{0};
     // Owner: state.cpp, set once and never undone.
@@ -33,6 +35,7 @@ struct LibraryState {
     // Owner: ticket_key.cpp, under cryptoLock.
     TicketKeyCache ticketKey;
 
+    // The crypto lock is there from the start: VorakShutdown takes it also before anything else was called.
     // Order: initLock, cryptoLock, propertyLock, the trace's lock; conversionLock is never held with cryptoLock.
     ThrRecMtx cryptoLock;
     ThrCS initLock;

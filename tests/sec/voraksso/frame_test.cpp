@@ -23,5 +23,15 @@ TEST(Frame, AThreadLayerThatCannotStartRefusesStartAndProperties) {
     EXPECT_EQ(libraryState().frameReady, 1);
 }
 
+TEST(Frame, IsMadeWhileAShutdownHoldsTheCryptoLock) {
+    if (libraryState().frameReady != 0) {
+        GTEST_SKIP() << "the frame is made once a process";
+    }
+    const ThrRecMtxGuard held(libraryState().cryptoLock);
+    EXPECT_EQ(QuorvantiSetProperty("SSF_HASH", "SHA256"), VORAK_OK);
+    EXPECT_EQ(libraryState().cryptoLock.count, 1) << "otherwise the release of the lock ends the process";
+    EXPECT_STREQ(libraryState().cryptoLock.tag.get(), "QUORVANTI_SSF");
+}
+
 }  // namespace
 }  // namespace quorvanti

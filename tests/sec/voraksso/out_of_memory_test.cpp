@@ -103,6 +103,30 @@ TEST_F(OutOfMemory, ACreationThatRunsOutOfMemoryHandsOutNoTicket) {
     }
 }
 
+TEST_F(OutOfMemory, AStartThatRunsOutOfMemoryCanBeTriedAgainAndOpensItsTraceThen) {
+    VorakShutdown();
+    const TemporaryDirectory directory;
+    const std::string file = directory.file("a-trace-file-with-a-name-that-needs-memory-of-its-own");
+    const EnvironmentVariable target("KAV_EXT_TRC", file.c_str());
+    const std::string library = crypto.path();
+    int allowed = 0;
+    bool exhausted = false;
+    failEachAllocation([&] {
+        std::int32_t code = 0;
+        {
+            const AllocationFailure failure(allowed++);
+            code = VorakInitialize(library.c_str());
+        }
+        exhausted = exhausted || code == VORAK_NO_MEMORY;
+        EXPECT_EQ(VorakInitialize(library.c_str()), VORAK_OK) << "after " << code;
+        EXPECT_EQ(QuorvantiGetProperty("KAV_EXT_TRC"), file) << "after " << code;
+        EXPECT_TRUE(readFile(file).find("Initializing QUORVANTI Version") != std::string::npos) << "after " << code;
+        VorakShutdown();
+        return code == VORAK_OK;
+    });
+    EXPECT_TRUE(exhausted);
+}
+
 TEST_F(OutOfMemory, AHandleThatRunsOutOfMemorySaysSo) {
     const std::string text = ticket(logon());
     TICKET* handle = new_TICKET(1);

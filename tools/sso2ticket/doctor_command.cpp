@@ -1,6 +1,7 @@
 #include "tools/sso2ticket/doctor_command.h"
 
 #include "tools/sso2ticket/certificate_info.h"
+#include "tools/sso2ticket/environment_override.h"
 #include "tools/sso2ticket/failure.h"
 #include "tools/sso2ticket/key_store_file.h"
 #include "tools/sso2ticket/library_session.h"
@@ -52,27 +53,6 @@ private:
     ExitCode exit_ = ExitCode::accepted;
 };
 
-// The library empties the trace file when it starts; a running program may be writing it. So it is kept from seeing it.
-class WithoutTrace {
-public:
-    WithoutTrace() {
-        if (const char* value = std::getenv("KAV_EXT_TRC")) {
-            value_ = value;
-            setEnvironment("KAV_EXT_TRC", nullptr);
-        }
-    }
-    ~WithoutTrace() {
-        if (value_) {
-            setEnvironment("KAV_EXT_TRC", value_->c_str());
-        }
-    }
-    WithoutTrace(const WithoutTrace&) = delete;
-    WithoutTrace& operator=(const WithoutTrace&) = delete;
-
-private:
-    std::optional<std::string> value_;
-};
-
 std::string versionOf(const LoadedSymbol& version, const LoadedSymbol& release) {
     char* text = nullptr;
     std::int32_t length = 0;
@@ -98,7 +78,8 @@ void lookAtLibraries(const DoctorOptions& options, Findings& findings) {
                                 {"version", VorakGetVersion()}};
     Json crypto = {{"loaded", false}, {"path", nullptr}, {"version", nullptr}};
     try {
-        const WithoutTrace quiet;
+        // The library empties the trace file when it starts; a running program may be writing it.
+        const EnvironmentOverride withoutTrace("KAV_EXT_TRC", nullptr);
         const LibrarySession session({options.cryptoLibrary, "", ""});
         const LoadedSymbol version = findLoaded("SsfVersion");
         crypto = {{"loaded", true},

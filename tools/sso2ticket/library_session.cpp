@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 
 namespace quorvanti {
 
@@ -15,6 +16,7 @@ namespace {
 constexpr std::size_t textRoom = 1024;          // a unit has 256 bytes; no code page makes four times as many of them
 constexpr std::size_t certificateRoom = 65536;  // stored certificates may be long, carried ones have less than 4096
 constexpr std::int64_t secondsPerDay = 86400;
+constexpr const char* converterSwitch = "RSCP_CATCH_INIT";
 
 void setProperty(const char* name, const std::string& value) {
     if (QuorvantiSetProperty(name, value.c_str()) != VORAK_OK) {
@@ -43,6 +45,9 @@ private:
 }  // namespace
 
 LibrarySession::LibrarySession(const SessionSettings& settings) {
+    if (std::getenv(converterSwitch) == nullptr) {
+        quietConverter_.emplace(converterSwitch, "0");
+    }
     if (!settings.traceFile.empty()) {
         setProperty("KAV_EXT_TRL", settings.traceLevel);
         setProperty("KAV_EXT_TRC", settings.traceFile);

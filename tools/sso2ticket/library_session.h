@@ -1,6 +1,7 @@
 // The library, from its start to its end, and one evaluation through its public functions.
 #pragma once
 
+#include "tools/sso2ticket/environment_override.h"
 #include "tools/sso2ticket/secret.h"
 
 #include <cstdint>
@@ -50,6 +51,11 @@ public:
 
     // The library's return code; `contents` counts when it is 0.
     std::int32_t evaluate(const EvaluationRequest& request, TicketContents& contents) const;
+
+private:
+    // Holds back what the code page converter says on standard error about its own start, unless the environment has a
+    // wish of its own about it.
+    std::optional<EnvironmentOverride> quietConverter_;
 };
 
 }  // namespace quorvanti

@@ -54,6 +54,7 @@ TEST_F(Create, TheRecipientAcceptsTheTicket) {
     const CommandResult made = create(
         {"--user", "JDOE", "--portal-user", "j\xC3\xB6rg", "--language", "E", "--auth-scheme", "basicauthentication"});
     ASSERT_EQ(made.exitCode, accepted) << made.err;
+    EXPECT_EQ(made.err, "");
     EXPECT_THAT(made.out, MatchesRegex("[A-Za-z0-9!/]+=*\n"));
     const CommandResult evaluated = evaluate(made.out, "DEV", "200");
     ASSERT_EQ(evaluated.exitCode, accepted) << evaluated.out;

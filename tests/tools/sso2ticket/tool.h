@@ -44,6 +44,7 @@ protected:
     const EnvironmentVariable hash_{"SSF_HASH", nullptr};
     const EnvironmentVariable carry_{"SSF_INCLUDE_CERT", nullptr};
     const EnvironmentVariable trace_{"KAV_EXT_TRC", nullptr};
+    const EnvironmentVariable converter_{"RSCP_CATCH_INIT", nullptr};
     const EnvironmentVariable system_{"KAVSYSTEMNAME", nullptr};
     const EnvironmentVariable client_{"KAVSYSTEMCLIENT", nullptr};
     const EnvironmentVariable password_{"QUORVANTI_TEST_PASSWORD", "opensesame"};

@@ -1,0 +1,89 @@
+// Makes one public call again and again, for whoever counts what it costs: warm_calls DATA SCENARIO COUNT. What comes
+// before the counted calls (the start of the library, the first reading of the key store) stands outside of
+// quorvantiCountedCalls(), so that a profiler can be told to look into that function only.
+#include <quorvanti/voraksso.h>
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <string_view>
+
+namespace {
+
+constexpr int warmUps = 3;
+
+struct Call {
+    std::string ticket;
+    std::string profile;
+    const char* password = nullptr;
+
+    bool operator()() const {
+        std::array<char, 64> user;
+        std::array<char, 16> systemId, client;
+        std::uint32_t userLength = user.size(), systemIdLength = systemId.size(), clientLength = client.size();
+        TICKET_INFO info{};
+        info.struct_size = sizeof info;
+        info.user = user.data();
+        info.user_capacity = &userLength;
+        info.system_id = systemId.data();
+        info.system_id_capacity = &systemIdLength;
+        info.client = client.data();
+        info.client_capacity = &clientLength;
+        const std::int32_t code =
+            VorakEvalLogonTicketEx(ticket.c_str(), profile.c_str(), password, nullptr, nullptr, &info);
+        return code == VORAK_OK && std::string_view(user.data()) == "JDOE";
+    }
+};
+
+std::string contentOf(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// "rsa-full": the ticket of that name with its issuer's certificate; "password": a PKCS#12 key store with a password.
+Call callOf(const std::string& data, const std::string& scenario) {
+    Call call;
+    if (scenario == "password") {
+        call.ticket = contentOf(data + "/rsa-bare.ticket");
+        call.profile = data + "/issuer.p12";
+        call.password = "opensesame";
+        return call;
+    }
+    call.ticket = contentOf(data + "/" + scenario + ".ticket");
+    call.profile = data + "/" + scenario.substr(0, scenario.find('-')) + ".pem";
+    return call;
+}
+
+}  // namespace
+
+// Exported and never inlined, for the profiler's sake.
+extern "C" QUORVANTI_API bool quorvantiCountedCalls(const void* call, long count);
+extern "C" bool quorvantiCountedCalls(const void* call, long count) {
+    const Call& make = *static_cast<const Call*>(call);
+    bool accepted = true;
+    for (long i = 0; i < count; ++i) {
+        accepted = make() && accepted;
+    }
+    return accepted;
+}
+
+int main(int count, char** arguments) {
+    if (count != 4 || VorakInitialize(nullptr) != VORAK_OK) {
+        return 2;
+    }
+    const Call call = callOf(arguments[1], arguments[2]);
+    bool accepted = true;
+    for (int i = 0; i < warmUps; ++i) {
+        accepted = call() && accepted;
+    }
+    bool (*volatile counted)(const void*, long) = quorvantiCountedCalls;  // called, not moved here
+    accepted = counted(&call, std::atol(arguments[3])) && accepted;
+    VorakShutdown();
+    if (!accepted) {
+        std::fprintf(stderr, "%s: a ticket was not accepted\n", arguments[2]);
+    }
+    return accepted ? 0 : 1;
+}

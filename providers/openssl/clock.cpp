@@ -3,6 +3,8 @@
 #include <atomic>
 #include <chrono>
 
+#include "providers/openssl/clock_platform.h"
+
 namespace quorvanti::provider {
 namespace {
 
@@ -12,6 +14,7 @@ std::int64_t systemTime() {
 }
 
 std::atomic<Clock> currentClock{systemTime};
+std::atomic<Clock> currentSteadyClock{coarseSteadyMilliseconds};
 
 }  // namespace
 
@@ -19,8 +22,16 @@ std::int64_t now() {
     return currentClock.load(std::memory_order_relaxed)();
 }
 
+std::int64_t steadyMilliseconds() {
+    return currentSteadyClock.load(std::memory_order_relaxed)();
+}
+
 void setClock(Clock clock) {
     currentClock.store(clock != nullptr ? clock : systemTime, std::memory_order_relaxed);
+}
+
+void setSteadyClock(Clock clock) {
+    currentSteadyClock.store(clock != nullptr ? clock : coarseSteadyMilliseconds, std::memory_order_relaxed);
 }
 
 }  // namespace quorvanti::provider

@@ -38,8 +38,12 @@ struct KeyStore {
 };
 
 // The key store `profile`, from the cache when its file is unchanged and the password is the one it was opened with.
+// A file is looked at at most every ten milliseconds, so that for so long a change may go unnoticed.
 // 23 when there is none, 25 for a wrong or missing password, 24 when it cannot be used; each with its sentence.
 std::int32_t openKeyStore(std::string_view profile, std::string_view password, std::shared_ptr<const KeyStore>& store);
+
+// Has the file read anew at its next use. For whoever changes it, or must not miss what others have changed.
+void forgetKeyStoreFile(std::string_view profile);
 
 // Reads a key store into an empty one, its kind told by its content; `store.profile` names it in sentences. 24 or 25 as
 // above.

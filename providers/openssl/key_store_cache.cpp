@@ -1,10 +1,12 @@
 // Opening key stores: from the cache, from memory or from a file.
 #include <openssl/crypto.h>
 
+#include <atomic>
 #include <map>
 #include <mutex>
 #include <optional>
 
+#include "providers/openssl/clock.h"
 #include "providers/openssl/digests.h"
 #include "providers/openssl/key_store.h"
 #include "providers/openssl/key_store_file.h"
@@ -19,13 +21,50 @@ namespace {
 
 constexpr std::size_t mostFileBytes = 64UL * 1024 * 1024;
 constexpr std::size_t mostCached = 64;
+// For so long a file is not looked at again: asking the system costs a good part of a whole verification.
+constexpr std::int64_t millisecondsBetweenLooks = 10;
 
-struct CachedFile {
-    FileStamp stamp;
-    bool settled;  // no later write can have left the same stamp
-    DigestValue content;
-    PasswordDigest password;
-    std::shared_ptr<const KeyStore> store;
+class CachedFile {
+public:
+    CachedFile(const FileStamp& stamp, bool settled, std::int64_t lookedAt, const DigestValue& content,
+               const PasswordDigest& password, std::shared_ptr<const KeyStore> store)
+        : stamp_(stamp),
+          settled_(settled),
+          lookedAt_(lookedAt),
+          content_(content),
+          password_(password),
+          store_(std::move(store)) {}
+
+    const std::shared_ptr<const KeyStore>& store() const { return store_; }
+    const PasswordDigest& password() const { return password_; }
+
+    bool opensWith(std::string_view password) const { return !store_->passwordUsed || password_.fits(password); }
+    bool holds(const DigestValue& content) const {
+        return content.size == content_.size &&
+               CRYPTO_memcmp(content.bytes.data(), content_.bytes.data(), content.size) == 0;
+    }
+
+    // Whether the file at `path` is still the one that was read, or was so a moment ago.
+    bool isCurrent(std::string_view path) const {
+        if (!settled_)
+            return false;
+        const std::int64_t time = steadyMilliseconds();
+        if (time - lookedAt_.load(std::memory_order_relaxed) < millisecondsBetweenLooks)
+            return true;
+        FileStamp stamp;
+        if (stampFile(std::string(path), stamp) != FileState::ok || stamp != stamp_)
+            return false;
+        lookedAt_.store(time, std::memory_order_relaxed);
+        return true;
+    }
+
+private:
+    FileStamp stamp_;
+    bool settled_;  // no later write can have left the same stamp
+    mutable std::atomic<std::int64_t> lookedAt_;
+    DigestValue content_;
+    PasswordDigest password_;
+    std::shared_ptr<const KeyStore> store_;
 };
 using CachedFilePtr = std::shared_ptr<const CachedFile>;
 using Files = std::map<std::string, CachedFilePtr, std::less<>>;
@@ -90,17 +129,10 @@ struct FileContent {
     FileContent& operator=(const FileContent&) = delete;
 };
 
-bool opens(const CachedFile& cached, std::string_view password) {
-    return !cached.store->passwordUsed || cached.password.fits(password);
-}
-
-bool sameContent(const DigestValue& left, const DigestValue& right) {
-    return left.size == right.size && CRYPTO_memcmp(left.bytes.data(), right.bytes.data(), left.size) == 0;
-}
-
 std::int32_t loadFile(const std::string& profile, std::string_view password, const CachedFilePtr& cached,
                       std::shared_ptr<const KeyStore>& store) {
     const RandomUseGuard randomUse;  // a salt, and keys that are completed while they are read
+    const std::int64_t lookedAt = steadyMilliseconds();
     FileContent content;
     FileStamp stamp;
     if (const FileState state = readFile(profile, mostFileBytes, content.bytes, stamp); state != FileState::ok) {
@@ -111,11 +143,11 @@ std::int32_t loadFile(const std::string& profile, std::string_view password, con
     DigestValue digest;
     if (!digestOf(Digest::sha256, content.bytes, digest))
         throw std::bad_alloc();
-    const bool unchanged = cached != nullptr && sameContent(cached->content, digest);
-    if (unchanged && opens(*cached, password)) {
+    const bool unchanged = cached != nullptr && cached->holds(digest);
+    if (unchanged && cached->opensWith(password)) {
         keepFile(profile,
-                 std::make_shared<CachedFile>(CachedFile{stamp, settled, digest, cached->password, cached->store}));
-        store = cached->store;
+                 std::make_shared<CachedFile>(stamp, settled, lookedAt, digest, cached->password(), cached->store()));
+        store = cached->store();
         return SSF_API_OK;
     }
     auto loaded = std::make_shared<KeyStore>();
@@ -125,8 +157,7 @@ std::int32_t loadFile(const std::string& profile, std::string_view password, con
             dropFile(profile);
         return code;
     }
-    keepFile(profile,
-             std::make_shared<CachedFile>(CachedFile{stamp, settled, digest, PasswordDigest(password), loaded}));
+    keepFile(profile, std::make_shared<CachedFile>(stamp, settled, lookedAt, digest, PasswordDigest(password), loaded));
     store = std::move(loaded);
     return SSF_API_OK;
 }
@@ -140,17 +171,18 @@ std::int32_t openKeyStore(std::string_view profile, std::string_view password, s
     if (const auto code = openMemoryKeyStore(profile, password, store); code.has_value())
         return *code;
     const CachedFilePtr cached = cachedFile(profile);
+    if (cached != nullptr && cached->isCurrent(profile) && cached->opensWith(password)) {
+        store = cached->store();
+        return SSF_API_OK;
+    }
     const std::string path(profile);
     if (path.find('\0') != std::string::npos)
         return fail(SSF_API_UNKNOWN_PROFILE, "The name of the key store holds a zero byte.");
-    if (cached != nullptr && cached->settled) {
-        FileStamp stamp;
-        if (stampFile(path, stamp) == FileState::ok && stamp == cached->stamp && opens(*cached, password)) {
-            store = cached->store;
-            return SSF_API_OK;
-        }
-    }
     return loadFile(path, password, cached, store);
+}
+
+void forgetKeyStoreFile(std::string_view profile) {
+    dropFile(profile);
 }
 
 void forgetKeyStores() {

@@ -58,13 +58,16 @@ std::int32_t rewrite(const std::string& name, const Pkcs12Content& content, cons
     const auto bytes = writePkcs12(content, password);
     if (bytes.empty())
         return fail(SSF_API_ENCODE_FAILED, "OpenSSL could not write the key store " + quoted(name) + " anew.");
-    if (replacePrivateFile(name, bytes) != WriteState::ok)
+    const WriteState state = replacePrivateFile(name, bytes);
+    forgetKeyStoreFile(name);
+    if (state != WriteState::ok)
         return fail(SSF_API_PROFILE_LOCKED,
                     "The key store " + quoted(name) + " could not be replaced: check file, directory and free space.");
     return SSF_API_OK;
 }
 
 std::int32_t openForChange(const std::string& name, std::string_view password, std::shared_ptr<const KeyStore>& store) {
+    forgetKeyStoreFile(name);
     const std::int32_t result = openKeyStore(name, password, store);
     if (result != SSF_API_OK)
         return result;
@@ -89,7 +92,9 @@ std::int32_t createProfile(std::string_view name, const SecretText& password) {
     const auto bytes = writePkcs12({nullptr, nullptr, {}}, password);
     if (bytes.empty())
         return fail(SSF_API_ENCODE_FAILED, "OpenSSL could not make an empty key store.");
-    switch (createPrivateFile(std::string(name), bytes)) {
+    const WriteState state = createPrivateFile(std::string(name), bytes);
+    forgetKeyStoreFile(name);
+    switch (state) {
         case WriteState::ok:
             return SSF_API_OK;
         case WriteState::exists:

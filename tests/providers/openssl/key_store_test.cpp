@@ -7,6 +7,7 @@
 #include <openssl/pkcs12.h>
 
 #include <atomic>
+#include <functional>
 #include <thread>
 
 #include "providers/openssl/clock.h"
@@ -21,6 +22,8 @@ namespace {
 using namespace quorvanti::provider;
 using ::testing::HasSubstr;
 using Store = std::shared_ptr<const KeyStore>;
+
+std::int64_t steadyTime = 0;
 
 struct Pkcs12Options {
     int keyCipher = 0;
@@ -198,6 +201,7 @@ TEST_F(KeyStores, ServesAnUnchangedFileFromTheCache) {
 
 TEST_F(KeyStores, TrustsTheStampOfAFileThatIsNotFresh) {
     setClock([] { return std::int64_t{1} << 33; });  // far behind the file's own time
+    setSteadyClock([] { return steadyTime += 10; });
     write(pkcs12("secret"));
     Store first;
     Store second;
@@ -207,7 +211,65 @@ TEST_F(KeyStores, TrustsTheStampOfAFileThatIsNotFresh) {
     expectFails("secreT", SSF_API_INVALID_PASSWORD, "does not open");
     write(certificate_);
     expectOpens("", false, 1);
+    setSteadyClock(nullptr);
     setClock(nullptr);
+}
+
+// A settled file whose cached state is a moment old.
+class LookedAtKeyStores : public KeyStores {
+protected:
+    LookedAtKeyStores() {
+        setClock([] { return std::int64_t{1} << 33; });  // far behind the file's own time
+        setSteadyClock([] { return steadyTime; });
+        write(certificate_);
+        expectOpens("", false, 1);
+    }
+    ~LookedAtKeyStores() override {
+        setSteadyClock(nullptr);
+        setClock(nullptr);
+    }
+};
+
+TEST_F(LookedAtKeyStores, AreNotLookedAtAgainForTenMilliseconds) {
+    write(pemOf(certificate_) + pemOf(other_));
+    steadyTime += 9;
+    expectOpens("", false, 1);
+    steadyTime += 1;
+    expectOpens("", false, 2);
+    std::filesystem::remove(path_);
+    steadyTime += 9;
+    expectOpens("", false, 2);
+    steadyTime += 1;
+    expectFails("", SSF_API_UNKNOWN_PROFILE, "does not exist");
+}
+
+// What adding a certificate to a PKCS#12 key store answers, when `meanwhile` happens to a file that was read before.
+std::int32_t addAfter(const std::string& path, const std::function<void()>& meanwhile) {
+    SsfProfile* profile = nullptr;
+    EXPECT_EQ(SsfOpenProfile(path.data(), static_cast<int>(path.size()), "secret", 6, &profile), 0);
+    meanwhile();
+    const Octets added = makeCertificate("dsa", "dsa");
+    SsfCertificate* certificate = nullptr;
+    EXPECT_EQ(SsfCertfromASN1(added.data(), static_cast<int>(added.size()), &certificate), 0);
+    const std::int32_t code = SsfPutCertificate(profile, certificate);
+    SsfFreeCertificate(&certificate);
+    SsfCloseProfile(&profile);
+    return code;
+}
+
+TEST_F(LookedAtKeyStores, AreReadAnewAtOnceWhenTheyWereWrittenThroughTheLibrary) {
+    write(pkcs12("secret"));
+    forgetKeyStoreFile(path_);
+    expectOpens("secret", true, 2);
+    EXPECT_EQ(addAfter(path_, [] {}), 0);
+    expectOpens("secret", true, 3);
+}
+
+TEST_F(LookedAtKeyStores, AreLookedAtBeforeTheLibraryWritesThem) {
+    write(pkcs12("secret"));
+    forgetKeyStoreFile(path_);
+    expectOpens("secret", true, 2);
+    EXPECT_EQ(addAfter(path_, [&] { std::filesystem::remove(path_); }), SSF_API_UNKNOWN_PROFILE);
 }
 
 TEST_F(KeyStores, NeverServesAWrongPasswordFromTheCache) {

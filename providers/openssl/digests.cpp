@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 
+#include "providers/openssl/idle_pool.h"
 #include "providers/openssl/openssl_context.h"
 
 namespace quorvanti::provider {
@@ -35,9 +36,37 @@ const DigestRow& rowOf(Digest digest) {
 
 std::array<std::atomic<EVP_MD*>, digestCount> fetched{};
 
+// Contexts of the accepted digests only: with the others old key files derive keys, of which nothing must stay behind.
+constexpr std::size_t idleContexts = 8;
+std::array<IdlePool<EvpMdCtxPtr, idleContexts>, digestCount> contexts;
+
 void releaseFetched() {
-    for (std::atomic<EVP_MD*>& method : fetched)
-        EVP_MD_free(method.exchange(nullptr));
+    for (std::size_t i = 0; i < digestCount; ++i) {
+        EVP_MD_free(fetched[i].exchange(nullptr));
+        contexts[i].clear();
+    }
+}
+
+// A context that was used before keeps its algorithm: a null method starts it anew for less.
+EvpMdCtxPtr startedContext(Digest digest) {
+    EvpMdCtxPtr context = contexts[static_cast<std::size_t>(digest)].take();
+    if (context != nullptr && EVP_DigestInit_ex2(context.get(), nullptr, nullptr) == 1)
+        return context;
+    const EVP_MD* method = digestMethod(digest);
+    context.reset(EVP_MD_CTX_new());
+    if (method == nullptr || context == nullptr || EVP_DigestInit_ex2(context.get(), method, nullptr) != 1)
+        return nullptr;
+    return context;
+}
+
+void giveBack(Digest digest, EvpMdCtxPtr context) {
+    const auto at = static_cast<std::size_t>(digest);
+    if (digestRefused(digest))
+        return;
+    contexts[at].give(std::move(context));
+    // The library was stopped meanwhile, and its cleaning up may have come too early for this one.
+    if (fetched[at].load() == nullptr)
+        contexts[at].clear();
 }
 
 }  // namespace
@@ -80,14 +109,13 @@ bool digestOf(Digest digest, std::span<const std::uint8_t> data, DigestValue& va
 
 bool digestOf(Digest digest, std::span<const std::uint8_t> head, std::span<const std::uint8_t> data,
               DigestValue& value) {
-    const EVP_MD* method = digestMethod(digest);
-    const EvpMdCtxPtr context(EVP_MD_CTX_new());
+    EvpMdCtxPtr context = startedContext(digest);
     unsigned int size = 0;
-    if (method == nullptr || context == nullptr || EVP_DigestInit_ex2(context.get(), method, nullptr) != 1 ||
-        EVP_DigestUpdate(context.get(), head.data(), head.size()) != 1 ||
+    if (context == nullptr || EVP_DigestUpdate(context.get(), head.data(), head.size()) != 1 ||
         EVP_DigestUpdate(context.get(), data.data(), data.size()) != 1 ||
         EVP_DigestFinal_ex(context.get(), value.bytes.data(), &size) != 1)
         return false;
+    giveBack(digest, std::move(context));
     value.size = size;
     return true;
 }

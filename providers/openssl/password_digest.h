@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include "providers/openssl/digests.h"
+
 namespace quorvanti::provider {
 
 class PasswordDigest {
@@ -17,13 +19,11 @@ public:
 
 private:
     static constexpr std::size_t saltSize = 16;
-    static constexpr std::size_t digestSize = 32;
-    using Value = std::array<std::uint8_t, digestSize>;
 
-    Value compute(std::string_view password) const;
+    DigestValue compute(std::string_view password) const;
 
     std::array<std::uint8_t, saltSize> salt_;
-    Value value_;
+    DigestValue value_;
 };
 
 }  // namespace quorvanti::provider

@@ -3,8 +3,9 @@
 #include <openssl/rsa.h>
 
 #include <array>
-#include <mutex>
 #include <utility>
+
+#include "providers/openssl/idle_pool.h"
 
 namespace quorvanti::provider {
 namespace {
@@ -58,38 +59,26 @@ bool keyTooShort(EVP_PKEY* key) {
     return type != KeyType::other && EVP_PKEY_get_bits(key) < shortestKeyBits(type);
 }
 
-// Prepared contexts that no thread is using, a few for each digest.
-struct VerificationKey::Pool {
+// Prepared contexts for each digest.
+struct VerificationKey::Contexts {
     static constexpr std::size_t kept = 4;
 
-    std::mutex mutex;
-    std::array<std::array<EvpPkeyCtxPtr, kept>, digestCount> idle;
+    std::array<IdlePool<EvpPkeyCtxPtr, kept>, digestCount> idle;
 
-    EvpPkeyCtxPtr take(Digest digest) {
-        const std::lock_guard lock(mutex);
-        for (EvpPkeyCtxPtr& place : idle[static_cast<std::size_t>(digest)]) {
-            if (place != nullptr)
-                return std::move(place);
-        }
-        return nullptr;
+    Contexts() = default;
+    ~Contexts() {
+        for (auto& pool : idle)
+            pool.clear();
     }
-
-    void give(Digest digest, EvpPkeyCtxPtr context) {
-        const std::lock_guard lock(mutex);
-        for (EvpPkeyCtxPtr& place : idle[static_cast<std::size_t>(digest)]) {
-            if (place == nullptr) {
-                place = std::move(context);
-                return;
-            }
-        }
-    }
+    Contexts(const Contexts&) = delete;
+    Contexts& operator=(const Contexts&) = delete;
 };
 
 VerificationKey::VerificationKey(EvpPkeyPtr key)
     : key_(std::move(key)),
       type_(typeOf(key_.get())),
       bits_(EVP_PKEY_get_bits(key_.get())),
-      pool_(std::make_unique<Pool>()) {}
+      contexts_(std::make_unique<Contexts>()) {}
 
 VerificationKey::~VerificationKey() = default;
 
@@ -97,14 +86,15 @@ bool VerificationKey::verify(Digest digest, std::span<const std::uint8_t> hash,
                              std::span<const std::uint8_t> signature) const {
     if (type_ == KeyType::other)
         return false;
-    EvpPkeyCtxPtr context = pool_->take(digest);
+    auto& idle = contexts_->idle[static_cast<std::size_t>(digest)];
+    EvpPkeyCtxPtr context = idle.take();
     if (context == nullptr)
         context = prepare(key_.get(), type_, digest);
     if (context == nullptr)
         return false;
     const bool right =
         EVP_PKEY_verify(context.get(), signature.data(), signature.size(), hash.data(), hash.size()) == 1;
-    pool_->give(digest, std::move(context));
+    idle.give(std::move(context));
     return right;
 }
 

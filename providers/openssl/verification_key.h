@@ -34,12 +34,12 @@ public:
     bool verify(Digest digest, std::span<const std::uint8_t> hash, std::span<const std::uint8_t> signature) const;
 
 private:
-    struct Pool;
+    struct Contexts;
 
     EvpPkeyPtr key_;
     KeyType type_;
     int bits_;
-    std::unique_ptr<Pool> pool_;
+    std::unique_ptr<Contexts> contexts_;
 };
 
 }  // namespace quorvanti::provider

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -98,6 +99,67 @@ TEST(Base64, TheFirstPaddingEndsTheDecoding) {
     EXPECT_EQ(decode("Zg==Zm9v").code, 0);
     EXPECT_EQ(decode("Zg==Zm9v").bytes, std::string("f\0\0\0\0\0", 6));
     EXPECT_EQ(decode("Zg==\n\n\n\n").code, 0) << "what follows the padding is not looked at";
+}
+
+// One character at a time, as the rule reads.
+Decoded decodeSlowly(std::string_view text) {
+    const std::string_view alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    Decoded decoded{0, {}};
+    std::uint32_t bits = 0;
+    int held = 0;
+    for (const char c : text.substr(0, text.find('='))) {
+        const std::size_t value = alphabet.find(c);
+        if (value == std::string_view::npos) {
+            decoded.code = kBase64ForeignCharacter;
+            break;
+        }
+        bits = bits << 6 | static_cast<std::uint32_t>(value);
+        held += 6;
+        if (held >= 8) {
+            held -= 8;
+            decoded.bytes += static_cast<char>(bits >> held);
+        }
+    }
+    decoded.bytes.resize(DecodeB64len(text));
+    return decoded;
+}
+
+// The room is just what is asked for, so that a byte too many is found by the sanitizers.
+void expectDecodedAsSlowly(const std::string& text) {
+    const Decoded expected = decodeSlowly(text);
+    const auto room = std::make_unique<std::uint8_t[]>(expected.bytes.size());
+    std::uint32_t length = 0;
+    EXPECT_EQ(Decodeb64(text, {room.get(), expected.bytes.size()}, &length), expected.code) << text;
+    EXPECT_EQ(std::string(room.get(), room.get() + length), expected.bytes) << text;
+    std::string own = text;
+    auto* bytes = reinterpret_cast<std::uint8_t*>(own.data());
+    EXPECT_EQ(Decodeb64(std::string_view(own), {bytes, own.size()}, &length), expected.code) << text;
+    EXPECT_EQ(own.substr(0, length), expected.bytes) << "in place: " << text;
+}
+
+TEST(Base64, DecodesBlocksAsItDecodesSingleCharacters) {
+    const std::string alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    for (std::size_t length = 4; length < 140; ++length) {
+        std::string text;
+        for (std::size_t i = 0; i < length; ++i) {
+            text += alphabet[(i * 37 + length * 11) % alphabet.size()];
+        }
+        expectDecodedAsSlowly(text);
+        text.back() = '=';
+        expectDecodedAsSlowly(text);
+        text[length - 2] = '=';
+        expectDecodedAsSlowly(text);
+    }
+}
+
+TEST(Base64, MeetsEveryCharacterAtEveryPlaceOfABlock) {
+    for (int c = 0; c < 256; ++c) {
+        for (std::size_t place = 0; place < 40; ++place) {
+            std::string text(40, 'q');
+            text[place] = static_cast<char>(c);
+            expectDecodedAsSlowly(text);
+        }
+    }
 }
 
 TEST(Base64, DecodesInPlace) {

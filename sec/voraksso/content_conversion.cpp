@@ -65,25 +65,32 @@ ConverterCache& converterCache() {
 
 }  // namespace
 
-std::int32_t ConvertText(std::span<std::uint8_t> target, std::span<const std::uint8_t> source,
-                         std::string_view targetCodePage, std::string_view sourceCodePage, std::uint32_t* converted) {
-    *converted = 0;
-    const ThrCSGuard lock(libraryState().conversionLock);
+namespace {
+
+// A converter that is ready for a pair of code pages, or the code with which the conversion fails. The caller holds the
+// conversion lock for as long as it uses the converter.
+std::int32_t prepareConverter(std::string_view source, std::string_view target, rscpCObj_t*& converter) {
     std::int32_t code = rscpCInit();
     if (code != 0) {
         TRACE_ERROR("Error in rscpCInit rc = %d", code);
         writeReport();
         return kConverterStartFailed;
     }
-    rscpCObj_t* converter = converterCache().find(sourceCodePage, targetCodePage, code);
+    converter = converterCache().find(source, target, code);
     if (converter == nullptr) {
         TRACE_ERROR("Error in rscpCActivate rc = %d", code);
         writeReport();
         return kConverterActivationFailed;
     }
+    return 0;
+}
+
+std::int32_t convertWith(rscpCObj_t& converter, std::span<std::uint8_t> target, std::span<const std::uint8_t> source,
+                         std::uint32_t* converted) {
     std::uint8_t* written = target.data();
     const std::uint8_t* read = source.data();
-    code = rscpCConvert(converter, written, target.data() + target.size(), read, source.data() + source.size());
+    const std::int32_t code =
+        rscpCConvert(&converter, written, target.data() + target.size(), read, source.data() + source.size());
     if (code != 0) {
         TRACE_ERROR("Error in rscpCConvert rc = %d", code);
         writeReport();
@@ -93,7 +100,8 @@ std::int32_t ConvertText(std::span<std::uint8_t> target, std::span<const std::ui
     return 0;
 }
 
-std::int32_t ConvertContentNode(std::string_view source, std::string_view target, ContentNode& node) {
+// A null converter is prepared first, so that the next text of the same pair finds it.
+std::int32_t convertNode(std::string_view source, std::string_view target, rscpCObj_t*& converter, ContentNode& node) {
     if (node.length == 0) {
         return VORAK_OK;
     }
@@ -102,7 +110,10 @@ std::int32_t ConvertContentNode(std::string_view source, std::string_view target
     std::memcpy(original.data(), node.contents, length);
     std::memset(node.contents, 0, sizeof node.contents);
     std::uint32_t converted = 0;
-    const std::int32_t code = ConvertText(node.contents, std::span(original).first(length), target, source, &converted);
+    std::int32_t code = converter != nullptr ? 0 : prepareConverter(source, target, converter);
+    if (code == 0) {
+        code = convertWith(*converter, node.contents, std::span(original).first(length), &converted);
+    }
     if (code != 0) {
         TRACE_ERROR("Couldn't convert ticket content. rc = %d", code);
         return VORAK_INVALID;
@@ -112,14 +123,33 @@ std::int32_t ConvertContentNode(std::string_view source, std::string_view target
     return VORAK_OK;
 }
 
+}  // namespace
+
+std::int32_t ConvertText(std::span<std::uint8_t> target, std::span<const std::uint8_t> source,
+                         std::string_view targetCodePage, std::string_view sourceCodePage, std::uint32_t* converted) {
+    *converted = 0;
+    const ThrCSGuard lock(libraryState().conversionLock);
+    rscpCObj_t* converter = nullptr;
+    const std::int32_t code = prepareConverter(sourceCodePage, targetCodePage, converter);
+    return code != 0 ? code : convertWith(*converter, target, source, converted);
+}
+
+std::int32_t ConvertContentNode(std::string_view source, std::string_view target, ContentNode& node) {
+    const ThrCSGuard lock(libraryState().conversionLock);
+    rscpCObj_t* converter = nullptr;
+    return convertNode(source, target, converter, node);
+}
+
 std::int32_t ConvertContentList(std::string_view source, std::string_view target, ContentList& contents) {
     TRACE(2, "Convert ticket content from KAV_CODEPAGE >%4.4s< to >%4.4s< \n", source.data(), target.data());
+    const ThrCSGuard lock(libraryState().conversionLock);
+    rscpCObj_t* converter = nullptr;
     for (ContentNode* node = contents.first(); node != nullptr; node = node->next) {
         const InfoUnit* unit = findInfoUnit(node->id);
         if (unit == nullptr || unit->kind != UnitKind::codePageText) {
             continue;
         }
-        if (const std::int32_t code = ConvertContentNode(source, target, *node); code != VORAK_OK) {
+        if (const std::int32_t code = convertNode(source, target, converter, *node); code != VORAK_OK) {
             TRACE(2, "Error in converting content %s \n", unit->name);
             TraceHexDump(node, sizeof *node);
             return code;

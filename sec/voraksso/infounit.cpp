@@ -2,7 +2,9 @@
 
 #include <quorvanti/voraksso.h>
 
+#include <array>
 #include <cstring>
+#include <iterator>
 #include <new>
 
 namespace quorvanti {
@@ -32,6 +34,16 @@ constexpr InfoUnit kInfoUnits[] = {
 };
 // clang-format on
 
+// Where the unit with an id stands in the table; behind its end when there is none.
+constexpr std::array<std::uint8_t, 256> kPlaces = [] {
+    std::array<std::uint8_t, 256> places{};
+    places.fill(std::size(kInfoUnits));
+    for (std::size_t i = 0; i < std::size(kInfoUnits); ++i) {
+        places[kInfoUnits[i].id] = static_cast<std::uint8_t>(i);
+    }
+    return places;
+}();
+
 }  // namespace
 
 std::span<const InfoUnit> infoUnitTable() {
@@ -39,12 +51,8 @@ std::span<const InfoUnit> infoUnitTable() {
 }
 
 const InfoUnit* findInfoUnit(std::uint32_t id) {
-    for (const InfoUnit& unit : kInfoUnits) {
-        if (unit.id >= id) {
-            return unit.id == id ? &unit : nullptr;
-        }
-    }
-    return nullptr;
+    const std::size_t place = id < kPlaces.size() ? kPlaces[id] : std::size(kInfoUnits);
+    return place < std::size(kInfoUnits) ? &kInfoUnits[place] : nullptr;
 }
 
 ContentList::~ContentList() {

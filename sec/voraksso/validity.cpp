@@ -26,6 +26,11 @@ constexpr bool isLeapYear(std::int32_t year) {
     return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
 }
 
+constexpr std::int64_t leapDaysBefore(std::int32_t year) {
+    const std::int32_t last = year - 1;
+    return last / 4 - last / 100 + last / 400;
+}
+
 constexpr std::array<std::int32_t, 12> kDaysOfMonth{31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
 
 constexpr std::int32_t daysOfMonth(std::int32_t month, std::int32_t year) {
@@ -60,14 +65,13 @@ std::optional<std::span<const std::uint8_t>> bytesOf(const ContentNode* unit) {
 
 std::int64_t SecondsSince1970(const CalendarTime& time) {
     const std::int32_t year = time.year + 1900;
-    std::int64_t seconds = 0;
-    for (std::int32_t before = 1970; before < year; ++before) {
-        seconds += isLeapYear(before) ? 31622400 : 31536000;
-    }
+    std::int64_t days =
+        year > 1970 ? 365 * (std::int64_t{year} - 1970) + leapDaysBefore(year) - leapDaysBefore(1970) : 0;
     for (std::int32_t month = 0; month < time.month; ++month) {
-        seconds += daysOfMonth(month, year) * kSecondsPerDay;
+        days += daysOfMonth(month, year);
     }
-    return seconds + ((time.hour + std::int64_t{time.dayOfMonth} * 24) * 60 + time.minute) * 60 + time.second;
+    days += time.dayOfMonth;
+    return ((days * 24 + time.hour) * 60 + time.minute) * 60 + time.second;
 }
 
 CalendarTime utcTime(std::int64_t secondsSince1970) {
@@ -87,11 +91,18 @@ CalendarTime utcTime(std::int64_t secondsSince1970) {
 }
 
 std::int64_t currentMinute() {
-    CalendarTime now = utcTime(currentSeconds());
-    now.second = 0;
-    TRACE(2, "Cur time = %04d%02d%02d%02d%02d.\n", now.year + 1900, now.month + 1, now.dayOfMonth, now.hour,
-          now.minute);
-    return SecondsSince1970(now);
+    const std::int64_t seconds = currentSeconds();
+    if (traceEnabled(2)) {
+        const CalendarTime now = utcTime(seconds);
+        TRACE(2, "Cur time = %04d%02d%02d%02d%02d.\n", now.year + 1900, now.month + 1, now.dayOfMonth, now.hour,
+              now.minute);
+    }
+    if (seconds < 0) {  // before 1970 there are no years to count
+        CalendarTime now = utcTime(seconds);
+        now.second = 0;
+        return SecondsSince1970(now);
+    }
+    return seconds - seconds % 60 + kSecondsPerDay;  // what SecondsSince1970 makes of the calendar time
 }
 
 std::int32_t cappedSeconds(std::int64_t seconds) {

@@ -58,6 +58,22 @@ TEST(SecondsSince1970, AgreesWithTheCalendarOnEveryDayOfFourCenturies) {
     }
 }
 
+TEST(SecondsSince1970, CountsNoYearsBefore1970) {
+    EXPECT_EQ(SecondsSince1970({0, 0, 0, 1, 0, 69}), 86400);
+    EXPECT_EQ(SecondsSince1970({0, 0, 0, 1, 2, 68}), (31 + 29 + 1) * 86400) << "but their leap days";
+    EXPECT_EQ(SecondsSince1970({59, 59, 23, 31, 11, -1900}), 366 * 86400 + 86399);
+}
+
+TEST(CurrentMinute, IsTheCalendarTimeWithoutItsSeconds) {
+    for (const std::int64_t now : {std::int64_t{-86401}, std::int64_t{-1}, std::int64_t{0}, std::int64_t{59},
+                                   std::int64_t{kNow} + 61, std::int64_t{4102444799}}) {
+        const FixedClock clock(now);
+        CalendarTime time = utcTime(now);
+        time.second = 0;
+        EXPECT_EQ(currentMinute(), SecondsSince1970(time)) << now;
+    }
+}
+
 TEST(CreationTime, MustBeADate) {
     const auto parse = [](std::string_view text) { return parseCreationTime(bytesOf(text)).has_value(); };
     EXPECT_TRUE(parse("202603150905"));

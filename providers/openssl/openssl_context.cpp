@@ -109,7 +109,7 @@ ErrorQueueGuard::ErrorQueueGuard() : hostHasErrors_(ERR_set_mark() == 1) {}
 ErrorQueueGuard::~ErrorQueueGuard() {
     if (hostHasErrors_)
         ERR_pop_to_mark();
-    else
+    else if (ERR_peek_error() != 0)  // clearing an empty queue goes over all its places
         ERR_clear_error();
 }
 

@@ -1,4 +1,4 @@
-// Signer entries and lists of them. All their texts are memory of hand_out.h.
+// Signer entries and lists of them. An entry owns its texts: they go with it and not by themselves.
 #pragma once
 
 #include <cstdint>

@@ -161,7 +161,7 @@ std::int32_t fillCertificate(Evaluation& evaluation, const CertificateOutput& ou
     if (!output.wanted()) {
         return VORAK_OK;
     }
-    if (evaluation.certificate.length == 0) {
+    if (evaluation.certificate.length() == 0) {
         TRACE(2, "Ticket contains no certificate!\n");
         output.clear();
         return VORAK_OK;
@@ -171,7 +171,7 @@ std::int32_t fillCertificate(Evaluation& evaluation, const CertificateOutput& ou
         evaluation.tooSmall = output.capacity;
         return VORAK_BUFFER_TOO_SMALL;
     }
-    TRACE(2, "Evaluating certificate with length %d\n", static_cast<int>(evaluation.certificate.length));
+    TRACE(2, "Evaluating certificate with length %d\n", static_cast<int>(evaluation.certificate.length()));
     return VORAK_OK;
 }
 

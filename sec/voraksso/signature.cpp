@@ -107,19 +107,26 @@ ValidateResult takeCertificate(const SsfSigRcpSsfInfo* signer, SignerCertificate
         TRACE_ERROR("No certificate of the signer available.\n");
         return VORAK_NO_CERTIFICATE;
     }
-    const auto length = static_cast<std::uint32_t>(signer->certificateLength);
-    certificate.der.reset(new (std::nothrow) std::uint8_t[length]);
-    if (certificate.der == nullptr) {
+    if (!certificate.assign({signer->certificate, static_cast<std::size_t>(signer->certificateLength)})) {
         TRACE_ERROR("No memory available for certificate.\n");
         return VORAK_NO_MEMORY;
     }
-    certificate.length = length;
-    std::memcpy(certificate.der.get(), signer->certificate, length);
     dumpBytes("Certificate is: \n", certificate.bytes());
     return VORAK_OK;
 }
 
 }  // namespace
+
+bool SignerCertificate::assign(std::span<const std::uint8_t> der) {
+    larger_.reset(der.size() > kRoom ? new (std::nothrow) std::uint8_t[der.size()] : nullptr);
+    if (der.size() > kRoom && larger_ == nullptr) {
+        length_ = 0;
+        return false;
+    }
+    length_ = static_cast<std::uint32_t>(der.size());
+    std::memcpy(larger_ != nullptr ? larger_.get() : room_.data(), der.data(), der.size());
+    return true;
+}
 
 ValidateResult combineCodes(std::int32_t code, std::int32_t ssfCode) {
     const bool fits = code > 0 && code <= 0xFFFF && ssfCode >= 0 && ssfCode <= 0xFFFF;

@@ -3,6 +3,8 @@
 
 #include "sec/kavsecu/function_table.h"
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -15,11 +17,20 @@ namespace quorvanti {
 using ValidateResult = std::int32_t;
 ValidateResult combineCodes(std::int32_t code, std::int32_t ssfCode);
 
-struct SignerCertificate {
-    std::unique_ptr<std::uint8_t[]> der;
-    std::uint32_t length = 0;
+// The certificate of the signer, DER. What fits stands in the object itself: that is nearly every one.
+class SignerCertificate {
+public:
+    static constexpr std::size_t kRoom = 2048;
 
-    std::span<const std::uint8_t> bytes() const { return {der.get(), length}; }
+    // False when there is no memory for one that does not fit.
+    bool assign(std::span<const std::uint8_t> der);
+    std::span<const std::uint8_t> bytes() const { return {larger_ != nullptr ? larger_.get() : room_.data(), length_}; }
+    std::uint32_t length() const { return length_; }
+
+private:
+    std::array<std::uint8_t, kRoom> room_;
+    std::unique_ptr<std::uint8_t[]> larger_;
+    std::uint32_t length_ = 0;
 };
 
 // What the crypto library's functions are called with. Texts come without trailing blanks; the password as it is.

@@ -56,6 +56,21 @@ TEST(SignerList, ListTakesEntriesOverInOrder) {
     EXPECT_EQ(SsfDELSigRcpSsfInfoList(&list), SSF_API_OK);
 }
 
+TEST(SignerList, AnEntryMayBeDescribedAgainAndAgain) {
+    const std::array<std::uint8_t, 2> der{0x30, 0x00};
+    SsfSigRcpSsfInfoList* list = makeSignerList("CN=x", "why", SSF_API_UNKNOWN_SIGNER, der);
+    ASSERT_NE(list, nullptr);
+    for (const std::string_view info : {"one", "", "another"}) {
+        EXPECT_TRUE(describeSigner(*list->first, info, SSF_API_OK, der));
+        EXPECT_EQ(list->first->info, info);
+        EXPECT_EQ(list->first->certificateLength, 2);
+        EXPECT_STREQ(list->first->id, "CN=x");
+    }
+    EXPECT_TRUE(describeSigner(*list->first, "none", SSF_API_NOCERTIFICATE, {}));
+    EXPECT_EQ(list->first->certificate, nullptr);
+    SsfDELSigRcpSsfInfoList(&list);
+}
+
 TEST(SignerList, NullAndNegativeArgumentsAreRefused) {
     SsfSigRcpSsfInfo mark{};
     SsfSigRcpSsfInfo* entry = &mark;

@@ -1,3 +1,4 @@
+#include "sec/voraksso/signature.h"
 #include "tests/sec/voraksso/engine_fixture.h"
 #include "tests/support/allocation_failure.h"
 
@@ -32,14 +33,17 @@ protected:
 };
 
 TEST_F(OutOfMemory, AnEvaluationThatRunsOutOfMemoryEndsWithACodeAndHandsNothingOut) {
+    crypto->signers[0].certificate = std::string(SignerCertificate::kRoom + 1, 'c');
     const std::string text = ticket(logon());
     FullRecord warmUp;
+    warmUp.info.certificate = nullptr;
     ASSERT_EQ(evaluate(text, warmUp.info), VORAK_OK);
     const TraceCapture trace(1);
     int allowed = 0;
     bool exhausted = false;
     const int needed = failEachAllocation([&] {
         FullRecord record;
+        record.info.certificate = nullptr;
         std::int32_t code = 0;
         {
             const AllocationFailure failure(allowed++);

@@ -1,19 +1,13 @@
 #include "providers/openssl/clock.h"
 
 #include <atomic>
-#include <chrono>
 
 #include "providers/openssl/clock_platform.h"
 
 namespace quorvanti::provider {
 namespace {
 
-std::int64_t systemTime() {
-    const auto sinceEpoch = std::chrono::system_clock::now().time_since_epoch();
-    return std::chrono::floor<std::chrono::seconds>(sinceEpoch).count();
-}
-
-std::atomic<Clock> currentClock{systemTime};
+std::atomic<Clock> currentClock{coarseSystemSeconds};
 std::atomic<Clock> currentSteadyClock{coarseSteadyMilliseconds};
 
 }  // namespace
@@ -27,7 +21,7 @@ std::int64_t steadyMilliseconds() {
 }
 
 void setClock(Clock clock) {
-    currentClock.store(clock != nullptr ? clock : systemTime, std::memory_order_relaxed);
+    currentClock.store(clock != nullptr ? clock : coarseSystemSeconds, std::memory_order_relaxed);
 }
 
 void setSteadyClock(Clock clock) {

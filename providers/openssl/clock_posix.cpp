@@ -4,6 +4,12 @@
 
 namespace quorvanti::provider {
 
+std::int64_t coarseSystemSeconds() {
+    timespec time{};
+    ::clock_gettime(CLOCK_REALTIME_COARSE, &time);
+    return time.tv_sec;
+}
+
 std::int64_t coarseSteadyMilliseconds() {
     timespec time{};
     ::clock_gettime(CLOCK_MONOTONIC_COARSE, &time);

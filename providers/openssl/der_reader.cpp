@@ -9,51 +9,54 @@ namespace {
 constexpr std::uint8_t tagNumberMask = 0x1f;  // all bits set: the number follows in further bytes
 constexpr std::size_t longestLength = 4;
 
-// Length of content and of its header; false unless written the only way DER allows.
-bool readLength(Bytes input, std::size_t& header, std::size_t& length) {
-    if (input.size() < 2) {
-        return false;
+// Where the content of the element at `start` begins, and its length; null unless the element lies before `end` and has
+// tag and length written the only way DER allows.
+const std::uint8_t* enter(const std::uint8_t* start, const std::uint8_t* end, std::size_t& length) {
+    if (end - start < 2 || (start[0] & tagNumberMask) == tagNumberMask) {
+        return nullptr;
     }
-    const std::uint8_t first = input[1];
-    header = 2;
+    const std::uint8_t first = start[1];
+    const std::uint8_t* content = start + 2;
     length = first;
-    if (first < 0x80) {
-        return true;
+    if (first >= 0x80) {
+        const std::size_t count = first & 0x7fU;
+        if (count == 0 || count > longestLength || static_cast<std::size_t>(end - content) < count || *content == 0) {
+            return nullptr;
+        }
+        length = 0;
+        for (std::size_t i = 0; i < count; ++i) {
+            length = (length << 8) | *content++;
+        }
+        if (length < 0x80) {
+            return nullptr;
+        }
     }
-    const std::size_t count = first & 0x7fU;
-    if (count == 0 || count > longestLength || input.size() < 2 + count || input[2] == 0) {
-        return false;
-    }
-    length = 0;
-    for (const std::uint8_t byte : input.subspan(2, count)) {
-        length = (length << 8) | byte;
-    }
-    header = 2 + count;
-    return length >= 0x80;
+    return length <= static_cast<std::size_t>(end - content) ? content : nullptr;
 }
 
 }  // namespace
 
 bool DerReader::read(DerElement& element) {
-    std::size_t header = 0;
     std::size_t length = 0;
-    if (!readLength(rest_, header, length) || (rest_.front() & tagNumberMask) == tagNumberMask ||
-        length > rest_.size() - header) {
+    const std::uint8_t* content = enter(next_, end_, length);
+    if (content == nullptr) {
         return false;
     }
-    element.tag = rest_.front();
-    element.whole = rest_.first(header + length);
-    element.content = element.whole.subspan(header);
-    rest_ = rest_.subspan(header + length);
+    element.tag = *next_;
+    element.whole = {next_, content + length};
+    element.content = {content, length};
+    next_ = content + length;
     return true;
 }
 
-bool DerReader::read(std::uint8_t expected, Bytes& content) {
-    DerElement element;
-    if (!read(expected, element)) {
+bool DerReader::read(std::uint8_t expected, Bytes& found) {
+    std::size_t length = 0;
+    const std::uint8_t* content = nextIs(expected) ? enter(next_, end_, length) : nullptr;
+    if (content == nullptr) {
         return false;
     }
-    content = element.content;
+    found = {content, length};
+    next_ = content + length;
     return true;
 }
 

@@ -36,19 +36,20 @@ struct DerElement {
 
 class DerReader {
 public:
-    explicit DerReader(Bytes input) : rest_(input) {}
+    explicit DerReader(Bytes input) : next_(input.data()), end_(input.data() + input.size()) {}
 
-    bool atEnd() const { return rest_.empty(); }
-    bool nextIs(std::uint8_t expected) const { return !rest_.empty() && rest_.front() == expected; }
+    bool atEnd() const { return next_ == end_; }
+    bool nextIs(std::uint8_t expected) const { return next_ != end_ && *next_ == expected; }
 
     // The next element, whatever it is. A failed read leaves the cursor where it was.
     bool read(DerElement& element);
     bool read(std::uint8_t expected, DerElement& element) { return nextIs(expected) && read(element); }
-    bool read(std::uint8_t expected, Bytes& content);
+    bool read(std::uint8_t expected, Bytes& found);
     bool skip(std::uint8_t expected);
 
 private:
-    Bytes rest_;
+    const std::uint8_t* next_;
+    const std::uint8_t* end_;
 };
 
 // The content of the one element that fills `input`.

@@ -170,9 +170,10 @@ std::int32_t openKeyStore(std::string_view profile, std::string_view password, s
         return fail(SSF_API_UNKNOWN_PROFILE, "No key store is named.");
     if (const auto code = openMemoryKeyStore(profile, password, store); code.has_value())
         return *code;
-    const CachedFilePtr cached = cachedFile(profile);
+    CachedFilePtr cached = cachedFile(profile);
     if (cached != nullptr && cached->isCurrent(profile) && cached->opensWith(password)) {
-        store = cached->store();
+        const KeyStore* opened = cached->store().get();
+        store = std::shared_ptr<const KeyStore>(std::move(cached), opened);  // shares what keeps the cached file
         return SSF_API_OK;
     }
     const std::string path(profile);

@@ -2,6 +2,7 @@
 
 #include <openssl/crypto.h>
 
+#include <atomic>
 #include <map>
 #include <mutex>
 
@@ -37,8 +38,11 @@ using Entries = std::map<std::string, Entry, std::less<>>;
 // Made at the first use and freed by forgetMemoryKeyStores(): nothing here is destroyed when the process ends.
 std::mutex entriesMutex;
 Entries* entries = nullptr;
+std::atomic<bool> anyEntries{false};  // spares everybody who uses files alone the lock
 
 std::optional<Entry> entryOf(std::string_view name) {
+    if (!anyEntries.load(std::memory_order_acquire))
+        return std::nullopt;
     const std::lock_guard lock(entriesMutex);
     if (entries == nullptr)
         return std::nullopt;
@@ -105,6 +109,7 @@ std::int32_t registerMemoryKeyStore(std::string_view name, std::span<const std::
     const std::lock_guard lock(entriesMutex);
     if (entries == nullptr)
         entries = new Entries;
+    anyEntries.store(true, std::memory_order_release);
     entries->insert_or_assign(std::string(name), Entry{std::move(state), nullptr});
     return SSF_API_OK;
 }
@@ -139,6 +144,7 @@ void forgetMemoryKeyStores() {
     const std::lock_guard lock(entriesMutex);
     delete entries;
     entries = nullptr;
+    anyEntries.store(false, std::memory_order_release);
 }
 
 }  // namespace quorvanti::provider

@@ -4,7 +4,6 @@
 #include "sec/voraksso/properties.h"
 
 #include <algorithm>
-#include <string>
 
 namespace quorvanti {
 
@@ -14,8 +13,7 @@ std::array<char, 4> chooseCodePage(std::string_view given) {
         std::copy_n(given.begin(), codePage.size(), codePage.begin());
         TRACE(3, "Got the codepage %4.4s from input \n", codePage.data());
     } else {
-        const std::string property = propertyCopy("KAV_EXT_CODEPAGE");
-        std::copy_n(property.begin(), std::min(property.size(), codePage.size()), codePage.begin());
+        codePage = codePageProperty();
         TRACE(3, "Got the codepage %4.4s from properties \n", codePage.data());
     }
     const char first = codePage[0];

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <numeric>
 #include <vector>
 
 namespace quorvanti {
@@ -23,38 +24,60 @@ void writeReport() {
     rscpeReport([](void*, const char* line) { TRACE(1, "%s\n", line); }, nullptr);
 }
 
+struct ReadyConverter {
+    rscpCObj_t object = rscpCObjTemplate;
+    bool active = false;
+    bool keepsPlainText = false;  // a text of nothing but printable ASCII comes out as it went in
+};
+
+constexpr std::uint8_t kFirstPrintable = 0x20;
+constexpr std::uint8_t kLastPrintable = 0x7E;
+
+bool isPlainText(std::span<const std::uint8_t> text) {
+    return std::ranges::all_of(text, [](std::uint8_t c) { return c >= kFirstPrintable && c <= kLastPrintable; });
+}
+
+// Tried, not concluded: the pair itself tells what it does.
+bool keepsPlainText(rscpCObj_t& object) {
+    std::array<std::uint8_t, kLastPrintable - kFirstPrintable + 1> text;
+    std::iota(text.begin(), text.end(), kFirstPrintable);
+    std::array<std::uint8_t, 4 * text.size()> converted{};
+    std::uint8_t* written = converted.data();
+    const std::uint8_t* read = text.data();
+    const std::int32_t code =
+        rscpCConvert(&object, written, converted.data() + converted.size(), read, text.data() + text.size());
+    return code == 0 && std::equal(converted.data(), written, text.begin(), text.end());
+}
+
 // Active converters by pair of code pages: a process meets few pairs, and activation costs more than a short text.
 // Used under the conversion lock.
 class ConverterCache {
 public:
     // Null when activation failed; then `code` says why.
-    rscpCObj_t* find(std::string_view source, std::string_view target, std::int32_t& code) {
+    ReadyConverter* find(std::string_view source, std::string_view target, std::int32_t& code) {
         code = 0;
-        for (Entry& entry : entries_) {
-            if (entry.active && sameText(entry.converter.sourceCodePage, source) &&
-                sameText(entry.converter.targetCodePage, target)) {
-                return &entry.converter;
+        for (ReadyConverter& entry : entries_) {
+            if (entry.active && sameText(entry.object.sourceCodePage, source) &&
+                sameText(entry.object.targetCodePage, target)) {
+                return &entry;
             }
         }
-        Entry& entry = entries_[next_];
+        ReadyConverter& entry = entries_[next_];
         next_ = (next_ + 1) % entries_.size();
         entry.active = false;
-        rscpCStandardSettings(entry.converter, source.data(), target.data());
-        code = rscpCActivate(&entry.converter, true, true);
+        rscpCStandardSettings(entry.object, source.data(), target.data());
+        code = rscpCActivate(&entry.object, true, true);
         entry.active = code == 0;
-        return entry.active ? &entry.converter : nullptr;
+        entry.keepsPlainText = entry.active && keepsPlainText(entry.object);
+        return entry.active ? &entry : nullptr;
     }
 
 private:
-    struct Entry {
-        rscpCObj_t converter = rscpCObjTemplate;
-        bool active = false;
-    };
     static bool sameText(const char (&codePage)[4], std::string_view text) {
         return std::memcmp(codePage, text.data(), sizeof codePage) == 0;
     }
 
-    std::array<Entry, 4> entries_;
+    std::array<ReadyConverter, 4> entries_;
     std::size_t next_ = 0;
 };
 
@@ -69,7 +92,7 @@ namespace {
 
 // A converter that is ready for a pair of code pages, or the code with which the conversion fails. The caller holds the
 // conversion lock for as long as it uses the converter.
-std::int32_t prepareConverter(std::string_view source, std::string_view target, rscpCObj_t*& converter) {
+std::int32_t prepareConverter(std::string_view source, std::string_view target, ReadyConverter*& converter) {
     std::int32_t code = rscpCInit();
     if (code != 0) {
         TRACE_ERROR("Error in rscpCInit rc = %d", code);
@@ -85,12 +108,12 @@ std::int32_t prepareConverter(std::string_view source, std::string_view target, 
     return 0;
 }
 
-std::int32_t convertWith(rscpCObj_t& converter, std::span<std::uint8_t> target, std::span<const std::uint8_t> source,
-                         std::uint32_t* converted) {
+std::int32_t convertWith(ReadyConverter& converter, std::span<std::uint8_t> target,
+                         std::span<const std::uint8_t> source, std::uint32_t* converted) {
     std::uint8_t* written = target.data();
     const std::uint8_t* read = source.data();
     const std::int32_t code =
-        rscpCConvert(&converter, written, target.data() + target.size(), read, source.data() + source.size());
+        rscpCConvert(&converter.object, written, target.data() + target.size(), read, source.data() + source.size());
     if (code != 0) {
         TRACE_ERROR("Error in rscpCConvert rc = %d", code);
         writeReport();
@@ -101,8 +124,14 @@ std::int32_t convertWith(rscpCObj_t& converter, std::span<std::uint8_t> target, 
 }
 
 // A null converter is prepared first, so that the next text of the same pair finds it.
-std::int32_t convertNode(std::string_view source, std::string_view target, rscpCObj_t*& converter, ContentNode& node) {
+std::int32_t convertNode(std::string_view source, std::string_view target, ReadyConverter*& converter,
+                         ContentNode& node) {
     if (node.length == 0) {
+        return VORAK_OK;
+    }
+    std::int32_t code = converter != nullptr ? 0 : prepareConverter(source, target, converter);
+    if (code == 0 && converter->keepsPlainText && isPlainText(node.bytes())) {
+        node.convertedLength = node.length;
         return VORAK_OK;
     }
     std::array<std::uint8_t, kUnitCapacity> original;
@@ -110,7 +139,6 @@ std::int32_t convertNode(std::string_view source, std::string_view target, rscpC
     std::memcpy(original.data(), node.contents, length);
     std::memset(node.contents, 0, sizeof node.contents);
     std::uint32_t converted = 0;
-    std::int32_t code = converter != nullptr ? 0 : prepareConverter(source, target, converter);
     if (code == 0) {
         code = convertWith(*converter, node.contents, std::span(original).first(length), &converted);
     }
@@ -129,21 +157,21 @@ std::int32_t ConvertText(std::span<std::uint8_t> target, std::span<const std::ui
                          std::string_view targetCodePage, std::string_view sourceCodePage, std::uint32_t* converted) {
     *converted = 0;
     const ThrCSGuard lock(libraryState().conversionLock);
-    rscpCObj_t* converter = nullptr;
+    ReadyConverter* converter = nullptr;
     const std::int32_t code = prepareConverter(sourceCodePage, targetCodePage, converter);
     return code != 0 ? code : convertWith(*converter, target, source, converted);
 }
 
 std::int32_t ConvertContentNode(std::string_view source, std::string_view target, ContentNode& node) {
     const ThrCSGuard lock(libraryState().conversionLock);
-    rscpCObj_t* converter = nullptr;
+    ReadyConverter* converter = nullptr;
     return convertNode(source, target, converter, node);
 }
 
 std::int32_t ConvertContentList(std::string_view source, std::string_view target, ContentList& contents) {
     TRACE(2, "Convert ticket content from KAV_CODEPAGE >%4.4s< to >%4.4s< \n", source.data(), target.data());
     const ThrCSGuard lock(libraryState().conversionLock);
-    rscpCObj_t* converter = nullptr;
+    ReadyConverter* converter = nullptr;
     for (ContentNode* node = contents.first(); node != nullptr; node = node->next) {
         const InfoUnit* unit = findInfoUnit(node->id);
         if (unit == nullptr || unit->kind != UnitKind::codePageText) {

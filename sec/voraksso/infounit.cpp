@@ -96,7 +96,8 @@ std::int32_t AddContentNode(ContentList* list, std::unique_ptr<ContentNode>& nod
     if (node->next != nullptr || node->previous != nullptr || node.get() == list->head_) {
         return VORAK_INVALID;
     }
-    ContentNode* after = list->head_;
+    // Tickets name their units in ascending order: nearly every node comes behind the last.
+    ContentNode* after = list->tail_ != nullptr && list->tail_->id < node->id ? nullptr : list->head_;
     while (after != nullptr && after->id < node->id) {
         after = after->next;
     }

@@ -5,6 +5,7 @@
 #include "sec/voraksso/guarded.h"
 #include "sec/voraksso/state.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdlib>
@@ -80,10 +81,11 @@ const char* readField(const Property& property) {
 // characters: deliberate, callers rely on the stored value.
 const char* readCodePage(const Property& property) {
     LibraryState& state = libraryState();
-    const char* value = environmentValue(property.environment);
-    if (value != nullptr && loadByte(state.ownClient[0]) == '1' && loadByte(state.ownClient[1]) == '1' &&
+    if (loadByte(state.ownClient[0]) == '1' && loadByte(state.ownClient[1]) == '1' &&
         loadByte(state.ownClient[2]) == '0' && loadByte(state.ownClient[3]) == '0') {
-        return value;
+        if (const char* value = environmentValue(property.environment)) {
+            return value;
+        }
     }
     return property.field;
 }
@@ -218,6 +220,15 @@ std::string propertyCopy(const char* name) {
     const Property* property = findProperty(name);
     const char* value = property != nullptr ? property->get(*property) : nullptr;
     return value != nullptr ? value : "";
+}
+
+std::array<char, 4> codePageProperty() {
+    const ThrCSGuard lock(libraryState().propertyLock);
+    static const Property& property = *findProperty("KAV_EXT_CODEPAGE");
+    std::array<char, 4> codePage{};
+    const char* value = property.get(property);
+    std::copy_n(value, strnlen(value, codePage.size()), codePage.begin());
+    return codePage;
 }
 
 bool includeCertificateProperty() {

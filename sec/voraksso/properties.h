@@ -2,12 +2,16 @@
 // hands out is the stored text itself.
 #pragma once
 
+#include <array>
 #include <string>
 
 namespace quorvanti {
 
 // The value as the public getter answers it; empty for "not set".
 std::string propertyCopy(const char* name);
+
+// KAV_EXT_CODEPAGE, filled up with zero bytes: what propertyCopy says, without looking for the name.
+std::array<char, 4> codePageProperty();
 
 bool includeCertificateProperty();
 

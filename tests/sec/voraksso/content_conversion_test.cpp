@@ -4,6 +4,7 @@
 
 #include "sec/voraksso/state.h"
 
+#include <cstring>
 #include <thread>
 
 namespace quorvanti {
@@ -102,6 +103,34 @@ TEST_F(ContentConversion, TheFirstFailureEndsTheListAndNamesTheUnit) {
     EXPECT_TRUE(trace.contains("*** ERROR => Error in rscpCActivate rc = "));
     EXPECT_TRUE(hasLine(trace, "*** ERROR => Couldn't convert ticket content. rc = -2 [ssoxxext]"));
     EXPECT_TRUE(hasLine(trace, "Error in converting content User name "));
+}
+
+// Plain texts need no converting where a pair keeps them: what comes out must not depend on it.
+TEST_F(ContentConversion, APlainTextComesOutAsItDoesBesideOthers) {
+    std::string plain;
+    for (char c = 0x20; c < 0x7F; ++c) {
+        plain += c;
+    }
+    for (const std::string_view source : {"1100", "4110", "1160", "4103", "4102", "0120"}) {
+        for (const std::string_view target : {"1100", "4110", "1160", "4103", "4102", "0120"}) {
+            for (const std::string& text : {plain, std::string("JDOE"), std::string("a\x01"), std::string("a\x7F")}) {
+                ContentNode node;
+                node.length = static_cast<std::uint16_t>(text.size());
+                std::memcpy(node.contents, text.data(), text.size());
+                std::array<std::uint8_t, kUnitCapacity> expected{};
+                std::uint32_t length = 0;
+                const bool converts = ConvertText(expected, node.bytes(), target, source, &length) == 0;
+                ASSERT_EQ(ConvertContentNode(source, target, node), converts ? VORAK_OK : VORAK_INVALID)
+                    << source << target << text;
+                if (converts) {
+                    EXPECT_EQ(node.length, length) << source << target << text;
+                    EXPECT_EQ(node.convertedLength, length);
+                    EXPECT_TRUE(std::equal(expected.begin(), expected.end(), node.contents))
+                        << source << target << text;
+                }
+            }
+        }
+    }
 }
 
 TEST_F(ContentConversion, APairThatFailedDoesNotSpoilTheOthers) {

@@ -3,7 +3,7 @@
 
 #include <quorvanti/voraksso.h>
 
-#include "base/dptrc/dptrace.h"
+#include "bindings/method_trace.h"
 
 #include <jni.h>
 
@@ -95,18 +95,6 @@ private:
     JNIEnv* env_;
     jobjectArray array_ = nullptr;
     jsize next_ = 0;
-};
-
-// The lines of level 3 at a method's begin and end.
-class MethodTrace {
-public:
-    MethodTrace(const char* begin, const char* end) : end_(end) { TRACE(3, "%s", begin); }
-    ~MethodTrace() { TRACE(3, "%s", end_); }
-    MethodTrace(const MethodTrace&) = delete;
-    MethodTrace& operator=(const MethodTrace&) = delete;
-
-private:
-    const char* end_;
 };
 
 // Runs a method's body; no exception of this side reaches the virtual machine.

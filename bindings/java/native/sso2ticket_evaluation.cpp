@@ -3,10 +3,10 @@
 
 #include "bindings/java/native/java_call.h"
 #include "bindings/java/native/sso2ticket.h"
+#include "bindings/ticket_outputs.h"
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <string>
 
 using namespace quorvanti;
@@ -15,51 +15,16 @@ namespace {
 
 constexpr char kEndOfEvaluation[] = "JAVA: End of evalLogonTicket\n";
 
-struct TextOutput {
-    char text[128];
-    std::uint32_t length = sizeof text;
-
-    std::string_view view() const { return {text, std::min<std::size_t>(length, sizeof text)}; }
-};
-
-// A record and everything it fills. Texts come as UTF-8.
-class TicketOutputs {
+class JavaTicketOutputs : public TicketOutputs {
 public:
-    TicketOutputs() {
-        info.struct_size = sizeof info;
-        std::memcpy(info.code_page, "4110", sizeof info.code_page);
-        info.user = user.text;
-        info.user_capacity = &user.length;
-        info.system_id = systemId.text;
-        info.system_id_capacity = &systemId.length;
-        info.client = client.text;
-        info.client_capacity = &client.length;
-        info.portal_user = portalUser.text;
-        info.portal_user_capacity = &portalUser.length;
-        info.auth_scheme = authScheme.text;
-        info.auth_scheme_capacity = &authScheme.length;
-        info.validity = &validity;
-    }
-    TicketOutputs(const TicketOutputs&) = delete;
-    TicketOutputs& operator=(const TicketOutputs&) = delete;
-
     jobjectArray toJava(JavaCall& call) const;
 
-    TICKET_INFO info{};
     std::array<std::uint8_t, 8192> certificate;
     std::uint32_t certificateLength = sizeof certificate;
-
-private:
-    TextOutput user;
-    TextOutput systemId;
-    TextOutput client;
-    TextOutput portalUser;
-    TextOutput authScheme;
-    std::int32_t validity = 0;
 };
 
 // Null with an exception pending when a field is missing that a caller cannot do without.
-jobjectArray TicketOutputs::toJava(JavaCall& call) const {
+jobjectArray JavaTicketOutputs::toJava(JavaCall& call) const {
     const struct {
         const TextOutput& output;
         const char* message;
@@ -94,7 +59,7 @@ JNIEXPORT jobjectArray JNICALL Java_com_vorak_sso_SSO2Ticket_evalLogonTicket(JNI
                                                                              jstring addressBook, jstring password) {
     return javaMethod(env, [&](JavaCall& call) -> jobjectArray {
         const MethodTrace trace("JAVA: evalLogonTicket was called.\n", kEndOfEvaluation);
-        TicketOutputs outputs;
+        JavaTicketOutputs outputs;
         {
             const TextArgument ticketText(call, ticket);
             const TextArgument profile(call, addressBook);
@@ -125,7 +90,7 @@ JNIEXPORT jobjectArray JNICALL Java_com_vorak_sso_SSO2Ticket_evalAssertionTicket
     return javaMethod(env, [&](JavaCall& call) -> jobjectArray {
         // The end line is that of logon tickets, deliberately: who reads traces knows it so.
         const MethodTrace trace("JAVA: evalAssertionTicket was called.\n", kEndOfEvaluation);
-        TicketOutputs outputs;
+        JavaTicketOutputs outputs;
         outputs.info.certificate = outputs.certificate.data();
         outputs.info.certificate_capacity = &outputs.certificateLength;
         const TextArgument ticketText(call, ticket);

@@ -1,6 +1,7 @@
 // The methods about the library itself: start, version, properties, keys, certificates.
 #include <quorvanti/voraksso.h>
 
+#include "bindings/certificate_infos.h"
 #include "bindings/java/native/java_call.h"
 #include "bindings/java/native/sso2ticket.h"
 
@@ -17,9 +18,6 @@ namespace {
 // Named on every platform: callers know the message as it stands.
 constexpr char kDefaultLibrary[] = "kavcrypto.dll";
 constexpr int kJavaInterfaceVersion = 15;
-
-constexpr const char* kCertificateInfos[] = {"SUBJECT",  "ISSUER",      "SERIALNO", "SUMMARY", "SERIAL",
-                                             "VALIDITY", "FINGERPRINT", "ALGID",    "ALL"};
 
 void raiseInitFailure(JavaCall& call, std::int32_t code, const char* library) {
     if (code != VORAK_CRYPTO_FAILED) {

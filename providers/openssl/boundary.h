@@ -13,16 +13,24 @@
 
 namespace quorvanti::provider {
 
+// For what does not come near OpenSSL, or guards its queue itself.
 template <class Function>
-std::int32_t boundary(Function&& function) noexcept {
+std::int32_t boundaryWithoutQueue(Function&& function) noexcept {
     try {
-        const ErrorQueueGuard guard;
         return function();
     } catch (const std::bad_alloc&) {
         return fail(SSF_API_NOMEMORY, "The crypto library ran out of memory.");
     } catch (...) {
         return fail(SSF_API_INTERNAL_BUG, "The crypto library met an internal error.");
     }
+}
+
+template <class Function>
+std::int32_t boundary(Function&& function) noexcept {
+    return boundaryWithoutQueue([&] {
+        const ErrorQueueGuard guard;
+        return function();
+    });
 }
 
 inline std::int32_t invalidArguments(std::string_view function) {

@@ -42,6 +42,10 @@ std::string printable(std::string_view name) {
 
 std::optional<Digest> digestByName(std::string_view name) {
     name = withoutTrailingBlanks(name);
+    for (const auto& row : names) {
+        if (name == row.name)
+            return row.digest;
+    }
     if (name.size() > longestName)
         return std::nullopt;
     std::string plain;

@@ -61,7 +61,7 @@ int32_t crypt_hashAlgorithm_Name2Id(const char* name, int32_t nameLength, int32_
         *id = 0;
     if (name == nullptr || nameLength < 0 || id == nullptr)
         return invalidArguments("crypt_hashAlgorithm_Name2Id");
-    return boundary([&] {
+    return boundaryWithoutQueue([&] {
         Digest digest = Digest::sha1;
         const std::int32_t result = usableDigest(textOf(name, nameLength), digest);
         if (result == SSF_API_OK)

@@ -1,9 +1,8 @@
-// crypt_keyedmac...: HMAC piece by piece.
-#include <openssl/core_names.h>
-#include <openssl/params.h>
+// crypt_keyedmac...: HMAC piece by piece (RFC 2104).
+#include <openssl/crypto.h>
 
+#include <algorithm>
 #include <array>
-#include <atomic>
 
 #include "providers/openssl/boundary.h"
 #include "providers/openssl/hand_out.h"
@@ -13,71 +12,121 @@
 namespace quorvanti::provider {
 namespace {
 
-std::atomic<EVP_MAC*> fetchedHmac{nullptr};
+constexpr std::size_t longestBlock = 128;
+constexpr std::uint8_t innerPad = 0x36;
+constexpr std::uint8_t outerPad = 0x5c;
 
-void releaseHmac() {
-    EVP_MAC_free(fetchedHmac.exchange(nullptr));
+using Block = std::array<std::uint8_t, longestBlock>;
+
+std::size_t blockSize(Digest digest) {
+    return digest == Digest::sha384 || digest == Digest::sha512 ? longestBlock : longestBlock / 2;
 }
 
-EVP_MAC* hmac() {
-    EVP_MAC* method = fetchedHmac.load(std::memory_order_acquire);
-    if (method != nullptr)
-        return method;
-    EvpMacPtr made(EVP_MAC_fetch(libraryContext(), "HMAC", nullptr));
-    if (made == nullptr)
-        return nullptr;
-    atLibraryStop(releaseHmac);
-    if (fetchedHmac.compare_exchange_strong(method, made.get(), std::memory_order_acq_rel))
-        return made.release();
-    return method;
-}
+// The key as it goes into the digests: a block filled up with zeros. One that is longer is replaced by its digest.
+class BlockKey {
+public:
+    BlockKey(Digest digest, std::span<const std::uint8_t> key) : size_(blockSize(digest)) {
+        if (key.size() <= size_) {
+            std::ranges::copy(key, bytes_.begin());
+            return;
+        }
+        DigestValue shorter;
+        const ErrorQueueGuard guard;
+        valid_ = digestOf(digest, key, shorter);
+        std::ranges::copy(shorter.view(), bytes_.begin());
+        OPENSSL_cleanse(shorter.bytes.data(), shorter.bytes.size());
+    }
+    BlockKey(const BlockKey&) = delete;
+    BlockKey& operator=(const BlockKey&) = delete;
+    ~BlockKey() { OPENSSL_cleanse(bytes_.data(), size_); }
 
-struct SecretBytes {
-    std::vector<std::uint8_t> bytes;
+    bool valid() const { return valid_; }
+    std::span<const std::uint8_t> bytes() const { return {bytes_.data(), size_}; }
 
-    explicit SecretBytes(std::span<const std::uint8_t> from) : bytes(from.begin(), from.end()) {}
-    SecretBytes(const SecretBytes&) = delete;
-    SecretBytes& operator=(const SecretBytes&) = delete;
-    ~SecretBytes() { OPENSSL_cleanse(bytes.data(), bytes.size()); }
+private:
+    Block bytes_{};
+    std::size_t size_;
+    bool valid_ = true;
 };
 
+// The key with a pad, wiped at the end.
+class PaddedKey {
+public:
+    PaddedKey(const BlockKey& key, std::uint8_t pad) : size_(key.bytes().size()) {
+        std::ranges::transform(key.bytes(), bytes_.begin(),
+                               [pad](std::uint8_t byte) { return static_cast<std::uint8_t>(byte ^ pad); });
+    }
+    PaddedKey(const PaddedKey&) = delete;
+    PaddedKey& operator=(const PaddedKey&) = delete;
+    ~PaddedKey() { OPENSSL_cleanse(bytes_.data(), size_); }
+
+    std::span<const std::uint8_t> bytes() const { return {bytes_.data(), size_}; }
+
+private:
+    Block bytes_;
+    std::size_t size_;
+};
+
+// What is fed is kept anyway, to be written down, and digested when the value is asked for. Only what is too long for
+// that is digested as it comes.
 struct KeyedMac {
     Digest digest;
-    SecretBytes key;
-    EvpMacCtxPtr context;
+    BlockKey key;
     InputRecord input;
+    EvpMdCtxPtr running;  // with the inner pad and all input, once that is too long
     LiveObject alive;
 };
 
-// An empty key is one too; the toolkit would take a null pointer for "the key of before".
-bool start(KeyedMac& mac) {
-    static constexpr std::uint8_t noKey = 0;
-    std::array<char, 16> name{};
-    std::string_view(digestName(mac.digest)).copy(name.data(), name.size() - 1);
-    const OSSL_PARAM parameters[] = {OSSL_PARAM_construct_utf8_string(OSSL_MAC_PARAM_DIGEST, name.data(), 0),
-                                     OSSL_PARAM_construct_end()};
-    const std::uint8_t* key = mac.key.bytes.empty() ? &noKey : mac.key.bytes.data();
-    return EVP_MAC_init(mac.context.get(), key, mac.key.bytes.size(), parameters) == 1;
-}
-
 std::unique_ptr<KeyedMac> makeMac(Digest digest, std::span<const std::uint8_t> key) {
-    EVP_MAC* method = hmac();
-    if (method == nullptr)
-        return nullptr;
-    std::unique_ptr<KeyedMac> mac(
-        new KeyedMac{digest, SecretBytes(key), EvpMacCtxPtr(EVP_MAC_CTX_new(method)), {}, {}});
-    return mac->context != nullptr && start(*mac) ? std::move(mac) : nullptr;
+    std::unique_ptr<KeyedMac> mac(new KeyedMac{digest, {digest, key}, {}, nullptr, {}});
+    return digestMethod(digest) != nullptr && mac->key.valid() ? std::move(mac) : nullptr;
 }
 
 std::int32_t notStarted() {
     return fail(SSF_API_UNKNOWN_SECTK_ERROR, "OpenSSL could not work on a keyed MAC.");
 }
 
+bool update(EVP_MD_CTX* context, std::span<const std::uint8_t> data) {
+    return EVP_DigestUpdate(context, data.data(), data.size()) == 1;
+}
+
+EvpMdCtxPtr startRunning(const KeyedMac& mac) {
+    EvpMdCtxPtr context(EVP_MD_CTX_new());
+    const PaddedKey inner(mac.key, innerPad);
+    const bool started = context != nullptr &&
+                         EVP_DigestInit_ex2(context.get(), digestMethod(mac.digest), nullptr) == 1 &&
+                         update(context.get(), inner.bytes()) && update(context.get(), mac.input.bytes());
+    return started ? std::move(context) : nullptr;
+}
+
 std::int32_t feed(KeyedMac& mac, std::span<const std::uint8_t> data) {
-    if (EVP_MAC_update(mac.context.get(), data.data(), data.size()) != 1)
-        return notStarted();
+    if (!mac.input.hasRoomFor(data.size())) {
+        const ErrorQueueGuard guard;
+        if (mac.running == nullptr)
+            mac.running = startRunning(mac);
+        if (mac.running == nullptr || !update(mac.running.get(), data))
+            return notStarted();
+    }
     mac.input.append(data);
     return SSF_API_OK;
+}
+
+// Leaves the MAC as it is, so that more can be fed afterwards.
+bool innerValue(const KeyedMac& mac, DigestValue& value) {
+    if (mac.running == nullptr)
+        return digestOf(mac.digest, PaddedKey(mac.key, innerPad).bytes(), mac.input.bytes(), value);
+    const EvpMdCtxPtr copy(EVP_MD_CTX_new());
+    unsigned int size = 0;
+    if (copy == nullptr || EVP_MD_CTX_copy_ex(copy.get(), mac.running.get()) != 1 ||
+        EVP_DigestFinal_ex(copy.get(), value.bytes.data(), &size) != 1)
+        return false;
+    value.size = size;
+    return true;
+}
+
+bool valueOf(const KeyedMac& mac, DigestValue& value) {
+    DigestValue inner;
+    return innerValue(mac, inner) && digestOf(mac.digest, PaddedKey(mac.key, outerPad).bytes(), inner.view(), value);
 }
 
 }  // namespace
@@ -90,7 +139,7 @@ int32_t crypt_keyedmac_create(int32_t hashId, const uint8_t* key, int32_t keyLen
         *mac = nullptr;
     if (key == nullptr || keyLength < 0 || mac == nullptr)
         return invalidArguments("crypt_keyedmac_create");
-    return boundary([&] {
+    return boundaryWithoutQueue([&] {
         const auto digest = digestById(hashId);
         if (!digest)
             return unknownHash();
@@ -102,22 +151,23 @@ int32_t crypt_keyedmac_create(int32_t hashId, const uint8_t* key, int32_t keyLen
 int32_t crypt_keyedmac_more(void* mac, const uint8_t* data, int32_t length) {
     if (mac == nullptr || data == nullptr || length < 0)
         return invalidArguments("crypt_keyedmac_more");
-    return boundary([&] { return feed(*static_cast<KeyedMac*>(mac), bytesOf(data, length)); });
+    return boundaryWithoutQueue([&] { return feed(*static_cast<KeyedMac*>(mac), bytesOf(data, length)); });
 }
 
 int32_t crypt_keyedmac_getValue(void* mac, uint8_t* value, int32_t* length) {
     if (mac == nullptr || value == nullptr || length == nullptr || *length < 0)
         return invalidArguments("crypt_keyedmac_getValue");
     return boundary([&] {
-        EVP_MAC_CTX* context = static_cast<KeyedMac*>(mac)->context.get();
-        const auto room = static_cast<std::size_t>(*length);
-        std::size_t size = EVP_MAC_CTX_get_mac_size(context);
-        *length = static_cast<std::int32_t>(size);
-        if (room < size)
+        const KeyedMac& from = *static_cast<const KeyedMac*>(mac);
+        const std::int32_t room = *length;
+        *length = EVP_MD_get_size(digestMethod(from.digest));
+        if (room < *length)
             return fail(SSF_API_INVALID_FUNCARGS, "The buffer is too small for the keyed MAC.");
-        // A copy is finished, so that more can be fed afterwards.
-        const EvpMacCtxPtr copy(EVP_MAC_CTX_dup(context));
-        return copy != nullptr && EVP_MAC_final(copy.get(), value, &size, size) == 1 ? SSF_API_OK : notStarted();
+        DigestValue found;
+        if (!valueOf(from, found))
+            return notStarted();
+        std::ranges::copy(found.view(), value);
+        return SSF_API_OK;
     });
 }
 
@@ -127,7 +177,8 @@ int32_t crypt_keyedmac_reset(void* mac) {
     return boundary([&] {
         KeyedMac& again = *static_cast<KeyedMac*>(mac);
         again.input.restart();
-        return start(again) ? SSF_API_OK : notStarted();
+        again.running.reset();
+        return SSF_API_OK;
     });
 }
 
@@ -169,7 +220,7 @@ int32_t crypt_keyedmac_exportToBlob(void* mac, uint8_t** blob, int32_t* length) 
         const KeyedMac& from = *static_cast<KeyedMac*>(mac);
         if (!from.input.complete())
             return fail(SSF_API_SECTK_FUNCTION_NOT_AVAIL, "More than 1 MiB was fed: too much to write down.");
-        auto bytes = writeState({'M', from.digest, from.key.bytes, from.input.bytes()});
+        auto bytes = writeState({'M', from.digest, from.key.bytes(), from.input.bytes()});
         const bool done = handOut(bytes, blob, length);
         OPENSSL_cleanse(bytes.data(), bytes.size());
         return done ? SSF_API_OK : fail(SSF_API_NOMEMORY, "The crypto library ran out of memory.");

@@ -54,7 +54,7 @@ std::optional<SavedState> readState(std::span<const std::uint8_t> blob, std::uin
 void InputRecord::append(std::span<const std::uint8_t> data) {
     if (!complete_)
         return;
-    if (data.size() > mostSavedBytes - bytes_.size()) {
+    if (!hasRoomFor(data.size())) {
         clear();
         complete_ = false;
         return;

@@ -34,6 +34,7 @@ public:
     InputRecord& operator=(const InputRecord&) = delete;
     ~InputRecord() { clear(); }
 
+    bool hasRoomFor(std::size_t count) const { return complete_ && count <= mostSavedBytes - bytes_.size(); }
     void append(std::span<const std::uint8_t> data);
     void restart();
     bool complete() const { return complete_; }

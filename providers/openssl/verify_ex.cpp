@@ -1,15 +1,8 @@
 // SsfVerifyEx: a bare RSA signature over some data, with a key that the caller brings along.
-#include <openssl/objects.h>
-
-#include <array>
-
-#include "providers/openssl/armor.h"
+#include "providers/openssl/bare_keys.h"
 #include "providers/openssl/boundary.h"
-#include "providers/openssl/certificate.h"
-#include "providers/openssl/der_writer.h"
 #include "providers/openssl/digest_names.h"
 #include "providers/openssl/format.h"
-#include "providers/openssl/verification_key.h"
 
 namespace quorvanti::provider {
 namespace {
@@ -19,34 +12,6 @@ constexpr std::string_view bareFormat = "PKCS1-V1.5";
 constexpr std::string_view noCertificateCheck = "<no_certificate_check>";
 constexpr std::string_view certificateKey = "x509v3";
 constexpr std::string_view rawKey = "RAWPUBKEY";
-
-EvpPkeyPtr keyOfCertificate(std::span<const std::uint8_t> der) {
-    const X509Ptr certificate = readCertificate(der);
-    return EvpPkeyPtr(certificate != nullptr ? X509_get_pubkey(certificate.get()) : nullptr);
-}
-
-EvpPkeyPtr subjectPublicKey(std::span<const std::uint8_t> der) {
-    const unsigned char* position = der.data();
-    EvpPkeyPtr key(d2i_PUBKEY_ex(nullptr, &position, static_cast<long>(der.size()), libraryContext(), nullptr));
-    return position == der.data() + der.size() ? std::move(key) : nullptr;
-}
-
-// SubjectPublicKeyInfo, else the bare RSAPublicKey, which is read inside the other: that way it comes into our context.
-EvpPkeyPtr rawPublicKey(std::span<const std::uint8_t> bytes) {
-    constexpr std::array<std::uint8_t, 2> null{0x05, 0x00};
-    constexpr std::array<std::uint8_t, 1> noUnusedBits{0};
-    if (EvpPkeyPtr key = subjectPublicKey(bytes); key != nullptr)
-        return key;
-    return subjectPublicKey(
-        derElement(der::sequence, {derElement(der::sequence, {derObjectIdentifier(NID_rsaEncryption), null}),
-                                   derElement(der::bitString, {noUnusedBits, bytes})}));
-}
-
-EvpPkeyPtr readKey(std::string_view type, std::span<const std::uint8_t> content) {
-    if (type == certificateKey)
-        return keyOfCertificate(withoutArmor(content, "CERTIFICATE"));
-    return rawPublicKey(withoutArmor(content, "PUBLIC KEY"));
-}
 
 struct BareVerification {
     std::string_view format;
@@ -73,16 +38,16 @@ std::int32_t verifyBare(const BareVerification& call) {
     const std::int32_t result = usableDigest(call.hash, digest);
     if (result != SSF_API_OK)
         return result;
-    EvpPkeyPtr read = readKey(call.keyType, call.key);
-    if (read == nullptr)
+    const auto key =
+        bareKey(call.keyType == certificateKey ? BareKeyForm::certificate : BareKeyForm::publicKey, call.key);
+    if (key == nullptr)
         return fail(SSF_API_DECODE_FAILED, "The key is neither a certificate nor an RSA public key in DER or PEM.");
-    const VerificationKey key(std::move(read));
-    if (key.type() != KeyType::rsa || key.bits() < smallestRsaKey)
+    if (key->type() != KeyType::rsa || key->bits() < smallestRsaKey)
         return fail(SSF_API_ALG_MISMATCH, "The key is not an RSA key of 1024 bits or more.");
     DigestValue value;
     if (!digestOf(digest, call.data, value))
         return fail(SSF_API_UNKNOWN_SECTK_ERROR, "OpenSSL could not hash the data.");
-    if (!key.verify(digest, value.view(), call.signature))
+    if (!key->verify(digest, value.view(), call.signature))
         return fail(SSF_API_SIGNER_ERRORS, "The signature is not that of this key over this data.");
     return SSF_API_OK;
 }

@@ -1,6 +1,12 @@
 #include "tests/providers/openssl/provider_calls.h"
+#include "tests/support/issuer/in_process_issuer.h"
 #include "tests/support/issuer/openssl_issuer.h"
+#include "tests/support/issuer/token_signing.h"
 #include "tests/support/temporary_directory.h"
+
+#include <atomic>
+#include <memory>
+#include <thread>
 
 namespace quorvanti::test {
 namespace {
@@ -154,6 +160,116 @@ TEST_F(VerifyExTest, EveryFormOfTheKeyVerifiesAndNothingElseDoes) {
     EXPECT_EQ(verify(toBytes("header.payloae"), signature, "x509v3", certificate), SSF_API_SIGNER_ERRORS);
     signature[0] ^= 1;
     EXPECT_EQ(verify(data, signature, "x509v3", certificate), SSF_API_SIGNER_ERRORS);
+}
+
+// More keys than are kept, in turns; and a start anew.
+TEST_F(VerifyExTest, ManyKeysTakeTurns) {
+    constexpr std::size_t count = 17;
+    const Bytes data = toBytes("header.payload");
+    std::vector<std::unique_ptr<InProcessIssuer>> issuers;
+    std::vector<Bytes> signatures;
+    for (std::size_t i = 0; i < count; ++i) {
+        issuers.push_back(std::make_unique<InProcessIssuer>(KeyKind::rsa));
+        signatures.push_back(toBytes(signatureOf("header.payload", issuers[i]->key(), "RS256")));
+    }
+    kavcr_init();
+    for (int round = 0; round < 3; ++round) {
+        for (std::size_t i = 0; i < count; ++i) {
+            const std::string key = issuers[i]->certificatePem();
+            EXPECT_EQ(verify(data, signatures[i], "x509v3", key), SSF_API_OK);
+            EXPECT_EQ(verify(data, signatures[(i + 1) % count], "x509v3", key), SSF_API_SIGNER_ERRORS);
+            EXPECT_EQ(verify(data, signatures[i], "RAWPUBKEY", key), SSF_API_DECODE_FAILED);
+        }
+        if (round == 1) {
+            kavcr_done();
+            kavcr_init();
+        }
+    }
+    kavcr_done();
+}
+
+TEST_F(VerifyExTest, ThreadsShareTheKeys) {
+    const InProcessIssuer one(KeyKind::rsa);
+    const InProcessIssuer other(KeyKind::rsa);
+    const Bytes data = toBytes("header.payload");
+    const Bytes signature = toBytes(signatureOf("header.payload", one.key(), "RS256"));
+    const std::string right = one.certificatePem();
+    const std::string wrong = other.certificatePem();
+    std::atomic<int> unexpected = 0;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&] {
+            for (int turn = 0; turn < 50; ++turn) {
+                unexpected += verify(data, signature, "x509v3", right) != SSF_API_OK;
+                unexpected += verify(data, signature, "x509v3", wrong) != SSF_API_SIGNER_ERRORS;
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(unexpected, 0);
+}
+
+// Beyond what can be written down the input is digested as it comes.
+TEST(KeyedMac, HasNoLongestInput) {
+    const std::string key = "Jefe";
+    std::string text(3 << 20, 'x');
+    text[text.size() / 2] = 'y';
+    for (const char* algorithm : {"HS256", "HS512"}) {
+        void* mac = nullptr;
+        ASSERT_EQ(crypt_keyedmac_create(idOf(std::string("SHA") + (algorithm + 2)),
+                                        reinterpret_cast<const std::uint8_t*>(key.data()), size32(key.size()), &mac),
+                  SSF_API_OK);
+        std::size_t position = 0;
+        for (const std::size_t piece :
+             {std::size_t{1}, std::size_t{1} << 20, std::size_t{0}, std::size_t{12345}, text.size()}) {
+            const std::size_t length = std::min(piece, text.size() - position);
+            ASSERT_EQ(
+                crypt_keyedmac_more(mac, reinterpret_cast<const std::uint8_t*>(text.data()) + position, size32(length)),
+                SSF_API_OK);
+            position += length;
+            EXPECT_EQ(valueOf(mac, crypt_keyedmac_getValue),
+                      hex(toBytes(macOf(std::string_view(text).substr(0, position), key, algorithm))));
+        }
+        std::uint8_t* blob = nullptr;
+        std::int32_t length = 0;
+        EXPECT_EQ(crypt_keyedmac_exportToBlob(mac, &blob, &length), SSF_API_SECTK_FUNCTION_NOT_AVAIL);
+        EXPECT_EQ(crypt_keyedmac_reset(mac), SSF_API_OK);
+        EXPECT_EQ(valueOf(mac, crypt_keyedmac_getValue), hex(toBytes(macOf("", key, algorithm))));
+        EXPECT_EQ(crypt_keyedmac_exportToBlob(mac, &blob, &length), SSF_API_OK);
+        takeBytes(blob, length);
+        crypt_keyedmac_release(&mac);
+    }
+}
+
+TEST(KeyedMac, TakesKeysOfEveryLength) {
+    for (const char* algorithm : {"HS256", "HS384", "HS512"}) {
+        for (const std::size_t size : {0U, 1U, 63U, 64U, 65U, 127U, 128U, 129U, 8191U}) {
+            const std::string key(size, 'k');
+            static constexpr std::uint8_t none = 0;
+            void* mac = nullptr;
+            ASSERT_EQ(crypt_keyedmac_create(idOf(std::string("SHA") + (algorithm + 2)),
+                                            size == 0 ? &none : reinterpret_cast<const std::uint8_t*>(key.data()),
+                                            size32(size), &mac),
+                      SSF_API_OK);
+            const Bytes data = toBytes("what do ya want for nothing?");
+            crypt_keyedmac_more(mac, data.data(), 5);
+            std::uint8_t* blob = nullptr;
+            std::int32_t length = 0;
+            ASSERT_EQ(crypt_keyedmac_exportToBlob(mac, &blob, &length), SSF_API_OK);
+            void* other = nullptr;
+            EXPECT_EQ(crypt_keyedmac_import(blob, length, &other), SSF_API_OK);
+            takeBytes(blob, length);
+            const std::string expected = hex(toBytes(macOf("what do ya want for nothing?", key, algorithm)));
+            for (void* each : {mac, other}) {
+                crypt_keyedmac_more(each, data.data() + 5, size32(data.size()) - 5);
+                EXPECT_EQ(valueOf(each, crypt_keyedmac_getValue), expected) << algorithm << size;
+            }
+            crypt_keyedmac_release(&mac);
+            crypt_keyedmac_release(&other);
+        }
+    }
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "sec/jwt/base64url.h"
 
+#include "sec/kavsecu/base64_block.h"
+
 #include <array>
 
 namespace quorvanti {
@@ -50,6 +52,14 @@ std::optional<std::size_t> decodeBase64Url(std::string_view text, std::span<std:
     std::size_t written = 0;
     std::size_t position = 0;
     std::uint32_t seen = 0;
+    while (text.size() - position >= kBase64BlockText &&
+           out.size() - written >= kBase64BlockBytes + kBase64BlockMargin) {
+        if (!decodeBase64Block<'-', '_'>(text.data() + position, out.data() + written)) {
+            return std::nullopt;
+        }
+        position += kBase64BlockText;
+        written += kBase64BlockBytes;
+    }
     for (; position + 4 <= text.size(); position += 4, written += 3) {
         const std::uint32_t first = valueOf(text[position]);
         const std::uint32_t second = valueOf(text[position + 1]);

@@ -1,5 +1,8 @@
 #include "sec/jwt/json_tokens.h"
 
+#include <emmintrin.h>
+
+#include <bit>
 #include <cstddef>
 #include <limits>
 
@@ -18,212 +21,153 @@ bool isWhiteSpace(char c) {
     return c == ' ' || c == '\n' || c == '\r' || c == '\t';
 }
 
-class Tokenizer {
-public:
-    Tokenizer(std::string_view text, std::span<JsonToken> tokens) : text_(text), tokens_(tokens) {}
+// --- Strings are most of a text: sixteen bytes at a time -----------------------------------------------------------
 
-    std::int32_t run() {
-        for (skipWhiteSpace(); position_ < text_.size(); skipWhiteSpace()) {
-            if (const std::int32_t failure = step(text_[position_]); failure != 0) {
-                return failure;
-            }
-        }
-        return expected_ == Expected::nothing ? count_ : kJsonMalformed;
-    }
+bool isPlain(char c) {
+    return static_cast<unsigned char>(c) >= 0x20 && c != '"' && c != '\\';
+}
 
-private:
-    // What may stand next, apart from white space.
-    enum class Expected { value, valueOrEnd, name, nameOrEnd, colon, commaOrEnd, nothing };
+// A bit for each of sixteen bytes that is not plain.
+unsigned notPlain(const char* text) {
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
+    const __m128i control = _mm_cmpeq_epi8(_mm_min_epu8(bytes, _mm_set1_epi8(0x1F)), bytes);
+    const __m128i ends = _mm_cmpeq_epi8(bytes, _mm_set1_epi8('"'));
+    const __m128i escapes = _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\\'));
+    return static_cast<unsigned>(_mm_movemask_epi8(_mm_or_si128(control, _mm_or_si128(ends, escapes))));
+}
 
-    std::int32_t step(char c) {
-        switch (expected_) {
-            case Expected::valueOrEnd:
-                return c == ']' ? close(c) : value(c);
-            case Expected::value:
-                return value(c);
-            case Expected::nameOrEnd:
-                return c == '}' ? close(c) : name(c);
-            case Expected::name:
-                return name(c);
-            case Expected::colon:
-                ++position_;
-                expected_ = Expected::value;
-                return c == ':' ? 0 : kJsonMalformed;
-            case Expected::commaOrEnd:
-                return c == ',' ? comma() : close(c);
-            case Expected::nothing:
-                break;
-        }
-        return kJsonMalformed;
-    }
-
-    std::int32_t value(char c) {
-        if (c == '{' || c == '[') {
-            return open(c);
-        }
-        const std::size_t start = c == '"' ? position_ + 1 : position_;
-        const bool whole = c == '"' ? string() : (c == '-' || isDigit(c)) ? number() : literal();
-        if (!whole) {
-            return kJsonMalformed;
-        }
-        const std::size_t end = c == '"' ? position_ - 1 : position_;
-        if (!add(c == '"' ? JsonType::string : JsonType::primitive, start, end)) {
-            return kJsonNoRoom;
-        }
-        valueIsComplete();
-        return 0;
-    }
-
-    std::int32_t open(char c) {
-        if (!add(c == '{' ? JsonType::object : JsonType::array, position_, position_)) {
-            return kJsonNoRoom;
-        }
-        parent_ = count_ - 1;
-        ++position_;
-        expected_ = c == '{' ? Expected::nameOrEnd : Expected::valueOrEnd;
-        return 0;
-    }
-
-    std::int32_t name(char c) {
-        const std::size_t start = position_ + 1;
-        if (c != '"' || !string()) {
-            return kJsonMalformed;
-        }
-        if (!add(JsonType::string, start, position_ - 1)) {
-            return kJsonNoRoom;
-        }
-        parent_ = count_ - 1;
-        expected_ = Expected::colon;
-        return 0;
-    }
-
-    std::int32_t comma() {
-        ++position_;
-        expected_ = at(parent_).type == JsonType::object ? Expected::name : Expected::value;
-        return 0;
-    }
-
-    // The innermost open container is the parent here.
-    std::int32_t close(char c) {
-        JsonToken& container = at(parent_);
-        if (c != (container.type == JsonType::object ? '}' : ']')) {
-            return kJsonMalformed;
-        }
-        ++position_;
-        container.end = static_cast<std::uint32_t>(position_);
-        parent_ = container.parent;
-        valueIsComplete();
-        return 0;
-    }
-
-    // Leaves the name, if the value had one, for its object.
-    void valueIsComplete() {
-        if (parent_ >= 0 && at(parent_).type == JsonType::string) {
-            parent_ = at(parent_).parent;
-        }
-        expected_ = parent_ >= 0 ? Expected::commaOrEnd : Expected::nothing;
-    }
-
-    bool add(JsonType type, std::size_t start, std::size_t end) {
-        if (static_cast<std::size_t>(count_) >= tokens_.size()) {
-            return false;
-        }
-        at(count_) = {type, static_cast<std::uint32_t>(start), static_cast<std::uint32_t>(end), 0, parent_};
-        if (parent_ >= 0) {
-            ++at(parent_).children;
-        }
-        ++count_;
-        return true;
-    }
-
-    // From quotation mark to quotation mark.
-    bool string() {
-        for (++position_; position_ < text_.size(); ++position_) {
-            const char c = text_[position_];
-            if (c == '"') {
-                ++position_;
-                return true;
-            }
-            if (static_cast<unsigned char>(c) < 0x20 || (c == '\\' && !escape())) {
-                return false;
-            }
-        }
-        return false;
-    }
-
-    // From the reverse solidus to the last byte of what it introduces.
-    bool escape() {
-        if (++position_ >= text_.size()) {
-            return false;
-        }
-        if (text_[position_] != 'u') {
-            return std::string_view("\"\\/bfnrt").find(text_[position_]) != std::string_view::npos;
-        }
-        for (int digit = 0; digit < 4; ++digit) {
-            if (++position_ >= text_.size() || !isHexDigit(text_[position_])) {
-                return false;
-            }
-        }
-        return true;
-    }
-
-    bool number() {
-        skip('-');
-        if (!skip('0') && !digits()) {
-            return false;
-        }
-        if (skip('.') && !digits()) {
-            return false;
-        }
-        if (skip('e') || skip('E')) {
-            if (!skip('+')) {
-                skip('-');
-            }
-            return digits();
-        }
-        return true;
-    }
-
-    bool literal() {
-        for (const std::string_view word :
-             {std::string_view("true"), std::string_view("false"), std::string_view("null")}) {
-            if (text_.substr(position_, word.size()) == word) {
-                position_ += word.size();
-                return true;
-            }
-        }
-        return false;
-    }
-
-    bool skip(char c) {
-        const bool there = position_ < text_.size() && text_[position_] == c;
-        position_ += there ? 1U : 0U;
-        return there;
-    }
-
-    bool digits() {
-        const std::size_t start = position_;
-        while (position_ < text_.size() && isDigit(text_[position_])) {
-            ++position_;
-        }
-        return position_ > start;
-    }
-
-    void skipWhiteSpace() {
-        while (position_ < text_.size() && isWhiteSpace(text_[position_])) {
-            ++position_;
+// Where the bytes end that a string holds as they are.
+std::size_t plainEnd(std::string_view text, std::size_t position) {
+    constexpr std::size_t block = sizeof(__m128i);
+    for (; position + block <= text.size(); position += block) {
+        if (const unsigned found = notPlain(text.data() + position); found != 0) {
+            return position + static_cast<std::size_t>(std::countr_zero(found));
         }
     }
+    while (position < text.size() && isPlain(text[position])) {
+        ++position;
+    }
+    return position;
+}
 
-    JsonToken& at(std::int32_t position) { return tokens_[static_cast<std::size_t>(position)]; }
+// --- Where things end: behind their last byte, or nowhere -----------------------------------------------------------
 
-    std::string_view text_;
-    std::span<JsonToken> tokens_;
-    std::size_t position_ = 0;
-    std::int32_t count_ = 0;
-    std::int32_t parent_ = -1;  // what the next token belongs to: a container, or a name that waits for its value
-    Expected expected_ = Expected::value;
-};
+constexpr std::size_t kNowhere = std::string_view::npos;
+
+std::size_t skipWhiteSpace(std::string_view text, std::size_t position) {
+    while (position < text.size() && isWhiteSpace(text[position])) {
+        ++position;
+    }
+    return position;
+}
+
+// From a reverse solidus to behind what it introduces.
+std::size_t escapeEnd(std::string_view text, std::size_t position) {
+    if (++position >= text.size()) {
+        return kNowhere;
+    }
+    if (text[position] != 'u') {
+        return std::string_view("\"\\/bfnrt").find(text[position]) != std::string_view::npos ? position + 1 : kNowhere;
+    }
+    for (int digit = 0; digit < 4; ++digit) {
+        if (++position >= text.size() || !isHexDigit(text[position])) {
+            return kNowhere;
+        }
+    }
+    return position + 1;
+}
+
+// From behind the first quotation mark to the last one.
+std::size_t stringEnd(std::string_view text, std::size_t position) {
+    for (;;) {
+        position = plainEnd(text, position);
+        if (position >= text.size() || static_cast<unsigned char>(text[position]) < 0x20) {
+            return kNowhere;
+        }
+        if (text[position] == '"') {
+            return position;
+        }
+        position = escapeEnd(text, position);
+        if (position == kNowhere) {
+            return kNowhere;
+        }
+    }
+}
+
+std::size_t digitsEnd(std::string_view text, std::size_t position) {
+    const std::size_t start = position;
+    while (position < text.size() && isDigit(text[position])) {
+        ++position;
+    }
+    return position > start ? position : kNowhere;
+}
+
+std::size_t skip(std::string_view text, std::size_t position, char c) {
+    return position < text.size() && text[position] == c ? position + 1 : position;
+}
+
+std::size_t skip(std::string_view text, std::size_t position, char c, char other) {
+    const std::size_t next = skip(text, position, c);
+    return next != position ? next : skip(text, position, other);
+}
+
+std::size_t numberEnd(std::string_view text, std::size_t position) {
+    position = skip(text, position, '-');
+    const std::size_t zero = skip(text, position, '0');
+    position = zero != position ? zero : digitsEnd(text, position);
+    if (const std::size_t point = skip(text, position, '.'); point != position) {
+        position = digitsEnd(text, point);
+    }
+    if (const std::size_t exponent = skip(text, position, 'e', 'E'); exponent != position) {
+        position = digitsEnd(text, skip(text, exponent, '+', '-'));
+    }
+    return position;
+}
+
+std::size_t literalEnd(std::string_view text, std::size_t position) {
+    for (const std::string_view word :
+         {std::string_view("true"), std::string_view("false"), std::string_view("null")}) {
+        if (text.substr(position, word.size()) == word) {
+            return position + word.size();
+        }
+    }
+    return kNowhere;
+}
+
+// --- The tokens -----------------------------------------------------------------------------------------------------
+
+// What may stand next, apart from white space.
+enum class Expected { value, valueOrEnd, name, nameOrEnd, commaOrEnd, nothing };
+
+bool mayEnd(Expected expected) {
+    return expected == Expected::commaOrEnd || expected == Expected::valueOrEnd || expected == Expected::nameOrEnd;
+}
+
+// Name or value at the position: its token, and where the text goes on; nowhere when it is neither.
+std::size_t readToken(std::string_view text, std::size_t position, bool isName, JsonToken& token) {
+    const char c = text[position];
+    std::size_t start = position;
+    std::size_t end = position;
+    std::size_t next = position + 1;
+    if (c == '"') {
+        token.type = JsonType::string;
+        start = next;
+        end = stringEnd(text, start);
+        next = end != kNowhere ? end + 1 : kNowhere;
+    } else if (isName) {
+        next = kNowhere;
+    } else if (c == '{' || c == '[') {
+        token.type = c == '{' ? JsonType::object : JsonType::array;
+    } else {
+        token.type = JsonType::primitive;
+        end = c == '-' || isDigit(c) ? numberEnd(text, position) : literalEnd(text, position);
+        next = end;
+    }
+    token.start = static_cast<std::uint32_t>(start);
+    token.end = static_cast<std::uint32_t>(end);
+    token.children = 0;
+    return next;
+}
 
 }  // namespace
 
@@ -231,7 +175,72 @@ std::int32_t jsonTokenize(std::string_view text, std::span<JsonToken> tokens) {
     if (text.size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max())) {
         return kJsonMalformed;
     }
-    return Tokenizer(text, tokens).run();
+    Expected expected = Expected::value;
+    std::int32_t count = 0;
+    std::int32_t parent = -1;  // what the next token belongs to: a container, or a name that waits for its value
+    const auto at = [tokens](std::int32_t position) -> JsonToken& {
+        return tokens[static_cast<std::size_t>(position)];
+    };
+    // Leaves the name, if the value had one, for its object.
+    const auto valueIsComplete = [&] {
+        if (parent >= 0 && at(parent).type == JsonType::string) {
+            parent = at(parent).parent;
+        }
+        expected = parent >= 0 ? Expected::commaOrEnd : Expected::nothing;
+    };
+    for (std::size_t position = skipWhiteSpace(text, 0); position < text.size();
+         position = skipWhiteSpace(text, position)) {
+        const char c = text[position];
+        if (mayEnd(expected) && (c == '}' || c == ']')) {  // the innermost open container is the parent
+            JsonToken& container = at(parent);
+            if (c != (container.type == JsonType::object ? '}' : ']')) {
+                return kJsonMalformed;
+            }
+            container.end = static_cast<std::uint32_t>(++position);
+            parent = container.parent;
+            valueIsComplete();
+        } else if (expected == Expected::commaOrEnd) {
+            if (c != ',') {
+                return kJsonMalformed;
+            }
+            ++position;
+            expected = at(parent).type == JsonType::object ? Expected::name : Expected::value;
+        } else {
+            const bool isName = expected == Expected::name || expected == Expected::nameOrEnd;
+            if (expected == Expected::nothing) {
+                return kJsonMalformed;
+            }
+            JsonToken token;
+            position = readToken(text, position, isName, token);
+            if (position == kNowhere) {
+                return kJsonMalformed;
+            }
+            if (static_cast<std::size_t>(count) >= tokens.size()) {
+                return kJsonNoRoom;
+            }
+            token.parent = parent;
+            at(count) = token;
+            if (parent >= 0) {
+                ++at(parent).children;
+            }
+            if (isName) {
+                position = skipWhiteSpace(text, position);
+                if (position >= text.size() || text[position] != ':') {
+                    return kJsonMalformed;
+                }
+                ++position;
+                parent = count;
+                expected = Expected::value;
+            } else if (c == '{' || c == '[') {
+                parent = count;
+                expected = c == '{' ? Expected::nameOrEnd : Expected::valueOrEnd;
+            } else {
+                valueIsComplete();
+            }
+            ++count;
+        }
+    }
+    return expected == Expected::nothing ? count : kJsonMalformed;
 }
 
 }  // namespace quorvanti

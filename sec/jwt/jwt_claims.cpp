@@ -4,23 +4,24 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
+#include <charconv>
+#include <limits>
 
 namespace quorvanti {
 namespace {
 
-JwtOutcome checkExpires(std::string_view claim) {
-    return jwtTime(claim) > currentSeconds() ? JwtOutcome{} : JwtOutcome{4, "JWT is expired"};
+JwtOutcome checkExpires(std::string_view claim, std::int64_t now) {
+    return jwtTime(claim) > now ? JwtOutcome{} : JwtOutcome{4, "JWT is expired"};
 }
 
-JwtOutcome checkNotBefore(std::string_view claim) {
-    return currentSeconds() > jwtTime(claim) ? JwtOutcome{} : JwtOutcome{14, "JWT is not valid yet"};
+JwtOutcome checkNotBefore(std::string_view claim, std::int64_t now) {
+    return now > jwtTime(claim) ? JwtOutcome{} : JwtOutcome{14, "JWT is not valid yet"};
 }
 
 struct RegisteredClaim {
     std::string_view name;
     std::string_view JwtClaims::*value;
-    JwtOutcome (*check)(std::string_view claim);
+    JwtOutcome (*check)(std::string_view claim, std::int64_t now);
     const char* repeated;
 };
 
@@ -37,13 +38,13 @@ constexpr std::array<RegisteredClaim, 7> kRegistered{{
 // clang-format on
 constexpr RegisteredClaim kNameId{{}, &JwtClaims::nameId, nullptr, "Invalid JWT attribute NameID already parsed"};
 
-JwtOutcome record(const RegisteredClaim& claim, std::string_view value, JwtClaims& claims) {
+JwtOutcome record(const RegisteredClaim& claim, std::string_view value, std::int64_t now, JwtClaims& claims) {
     std::string_view& recorded = claims.*claim.value;
     if (recorded.data() != nullptr) {
         return {8, claim.repeated};
     }
     recorded = value;
-    return claim.check != nullptr ? claim.check(value) : JwtOutcome{};
+    return claim.check != nullptr ? claim.check(value, now) : JwtOutcome{};
 }
 
 const RegisteredClaim* findRegistered(const JsonToken& token, std::string_view text) {
@@ -65,6 +66,7 @@ bool isName(const JsonToken& token) {
 // token comes next. Only what belongs to a name is not looked at again, so that a value may read like a claim's name.
 JwtOutcome readJwtClaims(std::string_view payload, std::span<const JsonToken> tokens, std::string_view nameIdClaim,
                          JwtClaims& claims) {
+    const std::int64_t now = currentSeconds();
     for (std::size_t at = 1; at + 1 < tokens.size(); ++at) {
         const std::string_view text = tokens[at].text(payload);
         const std::string_view value = tokens[at + 1].text(payload);
@@ -72,10 +74,10 @@ JwtOutcome readJwtClaims(std::string_view payload, std::span<const JsonToken> to
         const bool isNameId = !nameIdClaim.empty() && text == nameIdClaim;
         JwtOutcome outcome;
         if (registered != nullptr) {
-            outcome = record(*registered, value, claims);
+            outcome = record(*registered, value, now, claims);
         }
         if (isNameId && !outcome.failed()) {
-            outcome = record(kNameId, value, claims);
+            outcome = record(kNameId, value, now, claims);
         }
         if (outcome.failed()) {
             return outcome;
@@ -87,10 +89,21 @@ JwtOutcome readJwtClaims(std::string_view payload, std::span<const JsonToken> to
     return {};
 }
 
+// As strtoll reads it: white space, a sign, digits; what is too large is the largest.
 std::int64_t jwtTime(std::string_view claim) {
-    std::array<char, 64> text{};
-    claim.copy(text.data(), text.size() - 1);
-    return std::strtoll(text.data(), nullptr, 10);
+    constexpr std::size_t mostRead = 63;
+    constexpr std::string_view whiteSpace = " \t\n\v\f\r";
+    std::string_view text = claim.substr(0, mostRead);
+    text.remove_prefix(std::min(text.find_first_not_of(whiteSpace), text.size()));
+    if (text.starts_with('+') && !text.starts_with("+-")) {
+        text.remove_prefix(1);
+    }
+    std::int64_t seconds = 0;
+    if (std::from_chars(text.data(), text.data() + text.size(), seconds).ec == std::errc::result_out_of_range) {
+        using Limits = std::numeric_limits<std::int64_t>;
+        return text.starts_with('-') ? Limits::min() : Limits::max();
+    }
+    return seconds;
 }
 
 }  // namespace quorvanti

@@ -25,6 +25,7 @@ struct JwtState {
     SsfFunctionTable* cryptoTable = nullptr;
     bool started = false;
     CryptFunctions functions;
+    KnownKeys knownKeys;
 };
 JwtState state;
 
@@ -94,7 +95,7 @@ JwtOutcome checkSignature(const JwtParts& parts, const JwtAlgorithm* algorithm, 
     }
     const JwtSignature signature{*algorithm, parts.signedText, value.bytes(), key};
     const ThrCSGuard guard(state.section);
-    const std::int32_t code = verifyJwtSignature(signature, *state.cryptoTable, state.functions);
+    const std::int32_t code = verifyJwtSignature(signature, *state.cryptoTable, state.functions, state.knownKeys);
     if (code != 0) {
         TRACE(3, "Token validation failed with error RC %d. \n", code);
         return {20, "JWT signature validation failed"};
@@ -174,6 +175,7 @@ bool JwtStarted() {
 void JwtRelease() {
     const ThrCSGuard guard(state.section);
     state.functions.forget();
+    state.knownKeys.forget();
     state.cryptoTable = nullptr;
     state.started = false;
 }

@@ -60,7 +60,10 @@ void writeJwtErrorText(JwtResult& result, const char* text) {
     constexpr std::uint64_t start = offsetof(JwtResult, errorText);
     const std::uint64_t end = std::min<std::uint64_t>(result.structSize, start + sizeof result.errorText);
     if (end > start) {
-        std::snprintf(result.errorText, static_cast<std::size_t>(end - start), "%s", text);
+        const std::string_view all(text);
+        const std::size_t length = std::min<std::size_t>(all.size(), static_cast<std::size_t>(end - start) - 1);
+        all.copy(result.errorText, length);
+        result.errorText[length] = '\0';
     }
 }
 

@@ -6,7 +6,9 @@
 
 #include <quorvanti/voraksso.h>
 
+#include <algorithm>
 #include <array>
+#include <cstring>
 #include <limits>
 #include <vector>
 
@@ -32,9 +34,14 @@ bool equalInConstantTime(Bytes one, Bytes other) {
     if (one.size() != other.size()) {
         return false;
     }
-    volatile std::uint8_t difference = 0;
-    for (std::size_t at = 0; at < one.size(); ++at) {
-        difference = static_cast<std::uint8_t>(difference | (one[at] ^ other[at]));
+    volatile std::uint64_t difference = 0;
+    for (std::size_t at = 0; at < one.size(); at += sizeof difference) {
+        const std::size_t length = std::min(one.size() - at, sizeof difference);
+        std::uint64_t left = 0;
+        std::uint64_t right = 0;
+        std::memcpy(&left, one.data() + at, length);
+        std::memcpy(&right, other.data() + at, length);
+        difference = difference | (left ^ right);
     }
     return difference == 0;
 }
@@ -147,16 +154,29 @@ std::int32_t verifyWith(std::string_view keyType, Bytes key, const JwtSignature&
                   signers.list(), output.data(), output.length());
 }
 
-std::int32_t verifyRsa(const JwtSignature& signature, const SsfFunctionTable& table) {
+// With an empty certificate the key is a public key.
+std::int32_t verifyAs(Bytes certificate, const JwtSignature& signature, const SsfFunctionTable& table) {
     const Bytes key = signature.key;
     const auto* const text = reinterpret_cast<const char*>(key.data());
-    CryptoOctets der(table);
-    if (readCertificateInAnyForm(key, table, der)) {
+    if (!certificate.empty()) {
         TRACE(3, "X509 cert. is the following: >>>%*.*s<<<.\n", lengthOf(key), lengthOf(key), text);
-        return verifyWith("x509v3", der.bytes(), signature, table);
+        return verifyWith("x509v3", certificate, signature, table);
     }
     TRACE(3, "Public Key is the following: >>>%*.*s<<<.\n", lengthOf(key), lengthOf(key), text);
     return verifyWith("RAWPUBKEY", key, signature, table);
+}
+
+std::int32_t verifyRsa(const JwtSignature& signature, const SsfFunctionTable& table, KnownKeys& knownKeys) {
+    if (const KnownKeys::Key* const known = knownKeys.find(signature.key)) {
+        return verifyAs(known->certificate, signature, table);
+    }
+    CryptoOctets der(table);
+    const Bytes certificate = readCertificateInAnyForm(signature.key, table, der) ? der.bytes() : Bytes();
+    const std::int32_t code = verifyAs(certificate, signature, table);
+    if (code == VORAK_OK) {
+        knownKeys.add(signature.key, certificate);
+    }
+    return code;
 }
 
 bool fitsLength(std::size_t size) {
@@ -165,14 +185,14 @@ bool fitsLength(std::size_t size) {
 
 }  // namespace
 
-std::int32_t verifyJwtSignature(const JwtSignature& signature, const SsfFunctionTable& table,
-                                CryptFunctions& functions) {
+std::int32_t verifyJwtSignature(const JwtSignature& signature, const SsfFunctionTable& table, CryptFunctions& functions,
+                                KnownKeys& knownKeys) {
     // Neither an empty key nor an empty signature is worth a question to the crypto library.
     if (signature.key.empty() || signature.value.empty() || !fitsLength(signature.key.size())) {
         return VORAK_MALFORMED;
     }
     return signature.algorithm.scheme == JwtScheme::hmac ? verifyMac(signature, functions)
-                                                         : verifyRsa(signature, table);
+                                                         : verifyRsa(signature, table, knownKeys);
 }
 
 }  // namespace quorvanti

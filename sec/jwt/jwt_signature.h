@@ -3,6 +3,7 @@
 
 #include "sec/jwt/crypt_functions.h"
 #include "sec/jwt/jwt_header.h"
+#include "sec/jwt/known_keys.h"
 #include "sec/kavsecu/function_table.h"
 
 #include <cstdint>
@@ -19,7 +20,7 @@ struct JwtSignature {
 };
 
 // 0 when it is the key's signature over the text; any other code when it is not, or cannot be found out.
-std::int32_t verifyJwtSignature(const JwtSignature& signature, const SsfFunctionTable& table,
-                                CryptFunctions& functions);
+std::int32_t verifyJwtSignature(const JwtSignature& signature, const SsfFunctionTable& table, CryptFunctions& functions,
+                                KnownKeys& knownKeys);
 
 }  // namespace quorvanti

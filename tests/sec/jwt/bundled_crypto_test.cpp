@@ -108,17 +108,20 @@ TEST_F(BundledCrypto, FindsThePublishedMacRight) {
 
     SsfFunctionTable table{};
     CryptFunctions functions;
+    KnownKeys knownKeys;
     const JwtAlgorithm algorithm{"HS256", 1, "SHA256", JwtScheme::hmac};
     const std::string value = decoded(kA1Signature);
-    EXPECT_EQ(verifyJwtSignature({algorithm, kA1, bytesOf(value), bytesOf(key)}, table, functions), 0);
-    EXPECT_NE(verifyJwtSignature({algorithm, kA1, bytesOf(value), bytesOf(key).first(63)}, table, functions), 0);
+    EXPECT_EQ(verifyJwtSignature({algorithm, kA1, bytesOf(value), bytesOf(key)}, table, functions, knownKeys), 0);
+    EXPECT_NE(verifyJwtSignature({algorithm, kA1, bytesOf(value), bytesOf(key).first(63)}, table, functions, knownKeys),
+              0);
 }
 
 std::int32_t verified(const JwtAlgorithm& algorithm, const std::string& text, const std::string& signature,
                       const std::string& key) {
     CryptFunctions functions;
+    KnownKeys knownKeys;
     return verifyJwtSignature({algorithm, text, bytesOf(signature), bytesOf(key)}, libraryState().cryptoTable,
-                              functions);
+                              functions, knownKeys);
 }
 
 // Their payload is no object, which is found only when the signature is right.

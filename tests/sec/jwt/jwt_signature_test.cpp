@@ -1,9 +1,11 @@
 // What the crypto library is asked about a signature, and what each of its answers means.
+#include "sec/jwt/known_keys.h"
 #include "tests/sec/jwt/started_engine.h"
 #include "tests/sec/jwt/token_maker.h"
 #include "tests/support/trace_capture.h"
 
 #include <gmock/gmock.h>
+#include <algorithm>
 
 namespace quorvanti::test {
 namespace {
@@ -154,18 +156,77 @@ TEST(JwtRsa, TriesTheKeyAsACertificateFirst) {
 }
 
 TEST(JwtRsa, TakesEverythingElseForAPublicKey) {
-    StartedEngine engine;
-    TraceCapture trace(3);
     const std::string token = makeToken(kRs256, "{}", "signature");
     for (const char* function : {"SsfCertfromASN1", "SsfCerttoASN1"}) {
-        engine.crypto.reset();
+        StartedEngine engine;
+        TraceCapture trace(3);
         engine.crypto->functions[function].result = SSF_API_DECODE_FAILED;
         EXPECT_EQ(Evaluation().outcome(token, "public key"), "0 ") << function;
         EXPECT_EQ(engine.crypto.argument("SsfVerifyEx", "keyType"), "RAWPUBKEY") << function;
         EXPECT_EQ(engine.crypto.argument("SsfVerifyEx", "key"), "public key") << function;
         EXPECT_THAT(engine.crypto->outstanding, IsEmpty()) << function;
+        EXPECT_THAT(trace.lines(), Contains("Public Key is the following: >>>public key<<<."));
     }
-    EXPECT_THAT(trace.lines(), Contains("Public Key is the following: >>>public key<<<."));
+}
+
+TEST(JwtRsa, DecodesACertificateThatHasVerifiedOnlyOnce) {
+    StartedEngine engine;
+    TraceCapture trace(3);
+    const std::string token = makeToken(kRs256, R"({"sub":"bob"})", "signature");
+    EXPECT_EQ(Evaluation().outcome(token, "certificate"), "0 ");
+    engine.crypto->order.clear();
+    EXPECT_EQ(Evaluation().outcome(token, "certificate"), "0 ");
+    EXPECT_THAT(engine.crypto->order, ElementsAre("SsfVerifyEx", "SsfDELSsfOctetstring", "SsfDELSigRcpSsfInfoList"));
+    EXPECT_EQ(engine.crypto.argument("SsfVerifyEx", "keyType"), "x509v3");
+    EXPECT_EQ(engine.crypto.argument("SsfVerifyEx", "key"), "certificate");
+    const auto lines = trace.lines();
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "X509 cert. is the following: >>>certificate<<<."), 2);
+    engine.crypto->functions["SsfVerifyEx"].result = SSF_API_SIGNER_ERRORS;
+    EXPECT_EQ(Evaluation().outcome(token, "certificate"), kInvalid);
+
+    JwtRelease();
+    ASSERT_EQ(JwtInitialize(&engine.table), 0);
+    engine.crypto->functions["SsfVerifyEx"].result = 0;
+    EXPECT_EQ(Evaluation().outcome(token, "certificate"), "0 ");
+    EXPECT_EQ(engine.crypto.calls("SsfCertfromASN1"), 2);
+}
+
+// What has not verified anything may be a secret that was given for the wrong algorithm.
+TEST(JwtRsa, RemembersNoKeyThatHasNotVerified) {
+    StartedEngine engine;
+    engine.crypto->functions["SsfVerifyEx"].result = SSF_API_SIGNER_ERRORS;
+    for (int tries = 1; tries < 4; ++tries) {
+        EXPECT_EQ(Evaluation().outcome(makeToken(kRs256, "{}"), "secret"), kInvalid);
+        EXPECT_EQ(engine.crypto.calls("SsfCertfromASN1"), tries);
+    }
+}
+
+TEST(KnownKeys, AreAFewAndTheFirstGoesFirst) {
+    const auto bytes = [](const std::string& text) { return std::vector<std::uint8_t>(text.begin(), text.end()); };
+    KnownKeys keys;
+    EXPECT_EQ(keys.find(bytes("")), nullptr);
+    keys.add(bytes(""), bytes("x"));
+    EXPECT_EQ(keys.find(bytes("")), nullptr);
+    for (int number = 0; number < 8; ++number) {
+        keys.add(bytes("key " + std::to_string(number)), bytes("certificate " + std::to_string(number)));
+        keys.add(bytes("key 0"), bytes("another"));  // is there
+    }
+    for (int number = 0; number < 8; ++number) {
+        const KnownKeys::Key* const known = keys.find(bytes("key " + std::to_string(number)));
+        ASSERT_NE(known, nullptr) << number;
+        EXPECT_EQ(known->certificate, bytes("certificate " + std::to_string(number)));
+    }
+    EXPECT_EQ(keys.find(bytes("key")), nullptr);
+    EXPECT_EQ(keys.find(bytes("key 00")), nullptr);
+    keys.add(bytes("key 8"), {});
+    EXPECT_EQ(keys.find(bytes("key 0")), nullptr);
+    ASSERT_NE(keys.find(bytes("key 8")), nullptr);
+    EXPECT_TRUE(keys.find(bytes("key 8"))->certificate.empty());
+    keys.add(std::vector<std::uint8_t>(65537, 1), {});
+    EXPECT_EQ(keys.find(std::vector<std::uint8_t>(65537, 1)), nullptr);
+    EXPECT_NE(keys.find(bytes("key 1")), nullptr) << "a long one takes nobody's place";
+    keys.forget();
+    EXPECT_EQ(keys.find(bytes("key 8")), nullptr);
 }
 
 TEST(JwtRsa, TriesACertificateOnlyWhenItCanBeGivenBack) {

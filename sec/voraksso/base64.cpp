@@ -1,6 +1,6 @@
 #include "sec/voraksso/base64.h"
 
-#include <emmintrin.h>
+#include "sec/kavsecu/base64_block.h"
 
 #include <algorithm>
 #include <array>
@@ -27,50 +27,8 @@ std::uint8_t valueOf(char c) {
     return kValues[static_cast<std::uint8_t>(c)];
 }
 
-__m128i between(__m128i text, char first, char last) {
-    return _mm_and_si128(_mm_cmpgt_epi8(text, _mm_set1_epi8(static_cast<char>(first - 1))),
-                         _mm_cmplt_epi8(text, _mm_set1_epi8(static_cast<char>(last + 1))));
-}
-
-constexpr std::size_t kBlockText = 16;
-constexpr std::size_t kBlockBytes = 12;
-// Two bytes too many are written; a text of this length has room for them, padding and all.
+// The blocks' margin lies in what a text of this length decodes to, padding and all.
 constexpr std::size_t kBlockTextWithMargin = 24;
-
-// Sixteen plain characters at once; false, and nothing done, when one of them is in any way special.
-bool decodeBlock(const char* text, std::uint8_t* output) {
-    const __m128i characters = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
-    const __m128i upper = between(characters, 'A', 'Z');
-    const __m128i lower = between(characters, 'a', 'z');
-    const __m128i digit = between(characters, '0', '9');
-    const __m128i plus = _mm_cmpeq_epi8(characters, _mm_set1_epi8('+'));
-    const __m128i slash = _mm_cmpeq_epi8(characters, _mm_set1_epi8('/'));
-    const __m128i plain = _mm_or_si128(_mm_or_si128(upper, lower), _mm_or_si128(digit, _mm_or_si128(plus, slash)));
-    if (_mm_movemask_epi8(plain) != 0xFFFF) {
-        return false;
-    }
-    const auto distance = [](__m128i chosen, int value, char first) {
-        return _mm_and_si128(chosen, _mm_set1_epi8(static_cast<char>(value - first)));
-    };
-    const __m128i letters = _mm_or_si128(distance(upper, 0, 'A'), distance(lower, 26, 'a'));
-    const __m128i others =
-        _mm_or_si128(distance(digit, 52, '0'), _mm_or_si128(distance(plus, 62, '+'), distance(slash, 63, '/')));
-    const __m128i values = _mm_add_epi8(characters, _mm_or_si128(letters, others));
-    // Pairs of values become 12 bits, pairs of those 24.
-    const __m128i pairs =
-        _mm_or_si128(_mm_slli_epi16(_mm_and_si128(values, _mm_set1_epi16(0xFF)), 6), _mm_srli_epi16(values, 8));
-    const __m128i groups = _mm_madd_epi16(pairs, _mm_set1_epi32(0x00011000));
-    const __m128i bytes =
-        _mm_or_si128(_mm_or_si128(_mm_srli_epi32(groups, 16), _mm_and_si128(groups, _mm_set1_epi32(0xFF00))),
-                     _mm_slli_epi32(_mm_and_si128(groups, _mm_set1_epi32(0xFF)), 16));
-    const auto store = [](std::uint64_t twoGroups, std::uint8_t* to) {
-        const std::uint64_t sixBytes = (twoGroups & 0xFFFFFF) | twoGroups >> 32 << 24;
-        std::memcpy(to, &sixBytes, sizeof sixBytes);
-    };
-    store(static_cast<std::uint64_t>(_mm_cvtsi128_si64(bytes)), output);
-    store(static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(bytes, bytes))), output + kBlockBytes / 2);
-    return true;
-}
 
 }  // namespace
 
@@ -98,9 +56,10 @@ std::int32_t Decodeb64(std::string_view text, std::span<std::uint8_t> output, st
     std::size_t read = 0;
     std::size_t written = 0;
     // Plain characters in blocks, then in groups; whatever is in any way special is left to the loop below.
-    while (text.size() - read >= kBlockTextWithMargin && decodeBlock(text.data() + read, output.data() + written)) {
-        read += kBlockText;
-        written += kBlockBytes;
+    while (text.size() - read >= kBlockTextWithMargin &&
+           decodeBase64Block<'+', '/'>(text.data() + read, output.data() + written)) {
+        read += kBase64BlockText;
+        written += kBase64BlockBytes;
     }
     for (; text.size() - read >= 4; read += 4, written += 3) {
         const std::uint8_t a = valueOf(text[read]);

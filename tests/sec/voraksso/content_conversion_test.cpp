@@ -2,8 +2,10 @@
 
 #include "tests/sec/voraksso/engine_fixture.h"
 
+#include "krn/rscp/converter_state.h"
 #include "sec/voraksso/state.h"
 
+#include <algorithm>
 #include <cstring>
 #include <thread>
 
@@ -133,6 +135,41 @@ TEST_F(ContentConversion, APlainTextComesOutAsItDoesBesideOthers) {
     }
 }
 
+TEST_F(ContentConversion, AFailureKeepsWhatWasConvertedAndLeavesTheRestAlone) {
+    ContentNode* client = add(0x02, "\xFC");
+    ContentNode* systemId = add(0x03, std::string(129, '\xFC'));
+    ContentNode* time = add(0x04, "\xFC");
+    EXPECT_EQ(ConvertContentList("1100", "4110", contents), VORAK_INVALID);
+    EXPECT_EQ(textOf(client), "\xC3\xBC");
+    EXPECT_EQ(client->convertedLength, 2);
+    EXPECT_EQ(systemId->convertedLength, 0);
+    EXPECT_EQ(textOf(time), "\xFC");
+    EXPECT_EQ(time->convertedLength, 0);
+}
+
+TEST_F(ContentConversion, AtLevel3TheRecordOfTheUnitThatFailedIsDumped) {
+    const TraceCapture trace(3);
+    add(0x01, "user");
+    EXPECT_EQ(ConvertContentList("9999", "4110", contents), VORAK_INVALID);
+    const std::vector<std::string> lines = trace.lines();
+    const auto named = std::find(lines.begin(), lines.end(), "Error in converting content User name ");
+    ASSERT_NE(named, lines.end());
+    ASSERT_EQ(lines.end() - named, 1 + 18) << "a record of 280 bytes, sixteen a line";
+    EXPECT_TRUE(named[1].starts_with("00000000  01 00 00 00 ")) << named[1];
+    EXPECT_TRUE(named[18].starts_with("00000110  ")) << named[18];
+}
+
+TEST_F(ContentConversion, AConverterThatDoesNotStartIsTracedWithItsReport) {
+    setRscpState(RscpState::failed);
+    const TraceCapture trace(1);
+    ContentNode* user = add(0x01, "user");
+    EXPECT_EQ(ConvertContentNode("1100", "4110", *user), VORAK_INVALID);
+    const std::vector<std::string> lines = trace.lines();
+    EXPECT_EQ(lines.front(), "*** ERROR => Error in rscpCInit rc = 1 [ssoxxext]");
+    EXPECT_TRUE(hasLine(trace, "| char code converter damaged                                          |"));
+    EXPECT_EQ(lines.back(), "*** ERROR => Couldn't convert ticket content. rc = -1 [ssoxxext]");
+}
+
 TEST_F(ContentConversion, APairThatFailedDoesNotSpoilTheOthers) {
     for (int round = 0; round < 6; ++round) {
         ContentNode bad;
@@ -147,11 +184,18 @@ TEST_F(ContentConversion, APairThatFailedDoesNotSpoilTheOthers) {
     }
 }
 
-TEST_F(ContentConversion, Utf8NodesEndAtTheFirstZeroByte) {
+TEST_F(ContentConversion, AUtf8NodeHoldsTheConvertedTextUnderItsId) {
     std::unique_ptr<ContentNode> node;
     EXPECT_EQ(NewUtf8ContentNode(node, bytesOf("Gr\xFC\xDF"), 0x0F, "1100"), 0);
     EXPECT_EQ(textOf(node.get()), "Gr\xC3\xBC\xC3\x9F");
     EXPECT_EQ(node->id, 0x0Fu);
+    EXPECT_EQ(node->next, nullptr);
+}
+
+TEST_F(ContentConversion, Utf8NodesEndAtTheFirstZeroByte) {
+    std::unique_ptr<ContentNode> node;
+    EXPECT_EQ(NewUtf8ContentNode(node, bytesOf(std::string_view("\xFC\0after", 7)), 0x0F, "1100"), 0);
+    EXPECT_EQ(textOf(node.get()), "\xC3\xBC");
 }
 
 TEST_F(ContentConversion, AUtf8NodeThatDoesNotFitIsNamedByTheCharacterOfItsId) {

@@ -1,5 +1,6 @@
 #include "krn/rscp/converter_init.h"
 
+#include "krn/env/environment.h"
 #include "krn/rscp/converter_error.h"
 #include "krn/rscp/converter_state.h"
 #include "krn/rscp/utf_converters.h"
@@ -67,7 +68,7 @@ void readPrivateUseArea(ConverterSettings& settings) {
 void readErrorPolicy() {
     const char* policy = profile("rscp/on_error");
     if (policy == nullptr) {
-        policy = std::getenv("RSCP_ON_ERROR");
+        policy = environmentValue("RSCP_ON_ERROR");
     }
     setRscpOption(kOptionOnError, policy != nullptr ? std::atoi(policy) : 0);
 }
@@ -224,7 +225,7 @@ std::int32_t rscpi_init_just_in_case(const char* caller) {
     if (rscpState() == RscpState::reinitialize) {
         return rscpi__init();  // rscpr__reconnect
     }
-    const char* trap = std::getenv(kTrapName);
+    const char* trap = environmentValue(kTrapName);
     const char mode = trap != nullptr ? trap[0] : '\0';
     silent = mode == '0';
     if (!silent) {

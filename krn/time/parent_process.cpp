@@ -1,5 +1,7 @@
 #include "krn/time/parent_process.h"
 
+#include "krn/env/environment.h"
+
 #include <cstdlib>
 #include <cstring>
 
@@ -7,7 +9,7 @@ namespace quorvanti {
 
 long parentProcessId() {
     constexpr std::size_t kWidth = 20;  // no number is longer
-    const char* value = std::getenv("PPID");
+    const char* value = environmentValue("PPID");
     return value != nullptr && std::strlen(value) < kWidth ? std::strtol(value, nullptr, 10) : 0;
 }
 

@@ -152,7 +152,7 @@ std::int32_t initialize() {
         code = buildCache();
     }
     if (code != 0) {
-        if (rscpState() != RscpState::reinitialize) {
+        if (code != RSCPEIO) {
             setRscpState(RscpState::failed);
         }
         return code;

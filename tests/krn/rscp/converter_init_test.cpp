@@ -355,6 +355,20 @@ TEST_F(ConverterInitTest, UnreadableFileWhileFillingLeadsToReinitialization) {
     EXPECT_EQ(convert(object, "\xFC").output, "\xC3\xBC");
 }
 
+TEST_F(ConverterInitTest, ReinitializationWithABadFileLeavesADamagedConverter) {
+    const TemporaryDirectory directory;
+    const std::string name = directory.file("TCPDB.DAT");
+    setProfile("rscp/operride/TCPDB", name);
+    ASSERT_EQ(rscpCInit(), RSCPEIO);
+    ASSERT_EQ(rscpState(), RscpState::reinitialize);
+    writeFile(name, "11x0\n");
+    EXPECT_EQ(rscpCInit(), RSCPEINVAL);
+    EXPECT_THAT(log(), Contains("CCC-cache init failed."));
+    EXPECT_EQ(rscpState(), RscpState::failed);
+    EXPECT_EQ(rscpCInit(), RSCPEINTERN);
+    EXPECT_EQ(message(), "char code converter damaged");
+}
+
 TEST_F(ConverterInitTest, ManyThreadsInitializeOnce) {
     std::vector<std::thread> threads;
     std::atomic<int> failures{0};

@@ -25,6 +25,7 @@ constinit StaticLock sectionGuard;
 constinit StaticLock keyListLock;
 constinit StaticLock threadListLock;
 constinit std::atomic<bool> started{false};
+constinit std::atomic<bool> startsFromWithin{false};
 constinit std::atomic<ThrHandleSource> handleSource{&threadHandleDuplicate};
 
 // Both are left to the end of the process: threads may still come by while it exits.
@@ -73,8 +74,14 @@ std::int32_t ThrInitialize() {
     }
     registerThread(ThrCurrentId(), handle);
     started.store(true, std::memory_order_release);
-    std::atexit([] { ThrCleanup(); });
+    if (!startsFromWithin.load(std::memory_order_relaxed)) {
+        std::atexit([] { ThrCleanup(); });
+    }
     return kThrOk;
+}
+
+void ThrStartsFromWithin() {
+    startsFromWithin.store(true, std::memory_order_relaxed);
 }
 
 std::int32_t ThrCleanup() {

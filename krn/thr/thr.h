@@ -19,7 +19,10 @@ inline constexpr std::int32_t kThrNoHandle = 12;
 inline constexpr std::int32_t kThrNoKey = 14;
 
 // Starts the layer once: 0, also when it was started before; 12 when the calling thread cannot be registered.
+// The registered threads are forgotten when the process exits, unless the layer is started from within the library.
 std::int32_t ThrInitialize();
+// Said by the library's own functions before they start the layer: nothing of theirs then runs at the exit.
+void ThrStartsFromWithin();
 // Forgets the registered threads: 0, or 5 when there were none.
 std::int32_t ThrCleanup();
 

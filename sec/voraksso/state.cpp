@@ -39,6 +39,7 @@ std::int32_t ensureFrame() {
     if (state.frameReady != 0) {
         return kThrOk;
     }
+    ThrStartsFromWithin();
     if (const std::int32_t code = ThrInitialize(); code != kThrOk) {
         TRACE(2, "Thread Library could not be initialized.\n");
         return code;

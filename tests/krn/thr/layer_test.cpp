@@ -9,6 +9,8 @@
 
 #include <array>
 #include <atomic>
+#include <cstdio>
+#include <cstdlib>
 #include <thread>
 #include <vector>
 
@@ -56,6 +58,30 @@ TEST(ThrLayer, CleanupForgetsTheRegisteredThreadOnce) {
     ASSERT_EQ(ThrInitialize(), 0);
     EXPECT_EQ(ThrCleanup(), 0);
     EXPECT_EQ(ThrCleanup(), 5);
+}
+
+// Ends the process; what was registered for the exit before the start runs after everything that the start registers.
+[[noreturn]] void startAndExit() {
+    std::atexit([] { std::fprintf(stderr, "cleanup answers %d", ThrCleanup()); });
+    std::exit(ThrInitialize());
+}
+
+class ThrLayerDeathTest : public testing::Test {
+protected:
+    void SetUp() override { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+};
+
+TEST_F(ThrLayerDeathTest, AtTheExitOfTheProcessTheRegisteredThreadIsForgotten) {
+    EXPECT_EXIT(startAndExit(), testing::ExitedWithCode(0), "cleanup answers 5");
+}
+
+TEST_F(ThrLayerDeathTest, StartedFromWithinTheLibraryNothingRunsAtTheExit) {
+    EXPECT_EXIT(
+        {
+            ThrStartsFromWithin();
+            startAndExit();
+        },
+        testing::ExitedWithCode(0), "cleanup answers 0");
 }
 
 TEST(ThrLayer, StartsWithoutRegisteringTheThreadWhenMemoryIsShort) {

@@ -1,13 +1,28 @@
-// A thread layer that cannot start; in a program of its own, because the layer starts once a process.
+// The frame: what starting it leaves behind, and a thread layer that cannot start.
 #include "tests/sec/voraksso/engine_fixture.h"
 
 #include "krn/thr/thr_platform.h"
 #include "sec/voraksso/state.h"
 
+#include <cstdio>
+#include <cstdlib>
+
 namespace quorvanti {
 namespace {
 
 using namespace quorvanti::test;
+
+// Ends the process; what was registered for the exit before the frame is made runs after everything that it registers.
+[[noreturn]] void makeFrameAndExit() {
+    std::atexit([] { std::fprintf(stderr, "cleanup answers %d", ThrCleanup()); });
+    std::exit(QuorvantiSetProperty("SSF_HASH", "SHA256"));
+}
+
+TEST(FrameDeathTest, RegistersNothingForTheExitOfTheProcess) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(makeFrameAndExit(), testing::ExitedWithCode(0), "cleanup answers 0")
+        << "the thread is still registered";
+}
 
 TEST(Frame, AThreadLayerThatCannotStartRefusesStartAndProperties) {
     const TraceCapture trace(2);

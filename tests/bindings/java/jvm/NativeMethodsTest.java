@@ -42,7 +42,7 @@ public final class NativeMethodsTest {
         return (Object[]) call("evalLogonTicket", Suite.material(name), Suite.path("trusted.pem"), null);
     }
 
-    private static String token(String payload, byte[] key) throws Exception {
+    static String token(String payload, byte[] key) throws Exception {
         Base64.Encoder encoder = Base64.getUrlEncoder().withoutPadding();
         String content = encoder.encodeToString("{\"alg\":\"HS256\"}".getBytes(UTF_8)) + "."
                 + encoder.encodeToString(payload.getBytes(UTF_8));

@@ -1,3 +1,4 @@
+import java.lang.reflect.Method;
 import java.nio.file.Files;
 import java.nio.file.Path;
 
@@ -12,6 +13,11 @@ public final class LoadProbe {
         } catch (UnsatisfiedLinkError | Exception failure) {
             System.out.println("failed " + failure.getMessage());
         }
+        String extracted = System.getProperty("quorvanti.extracted");
+        if (extracted != null) {
+            removeLeftOvers(Path.of(extracted).getParent());
+            System.out.println("in use " + Files.exists(Path.of(extracted, "libkavcrypto.so")));
+        }
         System.out.println("module " + com.vorak.sso.SSO2Ticket.class.getModule());
         for (String line : Files.readAllLines(Path.of("/proc/self/maps"))) {
             if (line.endsWith("libquorvanti.so")) {
@@ -19,5 +25,16 @@ public final class LoadProbe {
                 break;
             }
         }
+    }
+
+    /** What a virtual machine on Windows does before it extracts the libraries. */
+    static void removeLeftOvers(Path parent) throws Exception {
+        Class<?> platform = Class.forName("com.vorak.sso.QuorvantiLibrary$Platform");
+        Method current = platform.getDeclaredMethod("current");
+        current.setAccessible(true);
+        Method remove = Class.forName("com.vorak.sso.QuorvantiLibrary")
+                .getDeclaredMethod("removeLeftOvers", Path.class, platform);
+        remove.setAccessible(true);
+        remove.invoke(null, parent, current.invoke(null));
     }
 }

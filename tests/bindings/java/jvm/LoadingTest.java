@@ -1,5 +1,7 @@
+import java.nio.channels.FileChannel;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.nio.file.StandardOpenOption;
 import java.util.ArrayList;
 import java.util.List;
 import java.util.stream.Stream;
@@ -53,8 +55,38 @@ public final class LoadingTest {
         String output = probe("-Djava.library.path=/nowhere", "-Dquorvanti.extract.path=" + parent.resolve("made"));
         contains(output, "version QUORVANTI 15\nstarted true\n");
         contains(output, "mapped " + parent.resolve("made") + "/quorvanti-");
+        contains(output, "in use true\n"); // another virtual machine would have left it alone
         try (Stream<Path> left = Files.list(parent.resolve("made"))) {
             Suite.equal(0L, left.count());
+        }
+    }
+
+    private static Path made(Path parent, String name, String... files) throws Exception {
+        Path folder = Files.createDirectory(parent.resolve(name));
+        for (String file : files) {
+            Files.createFile(folder.resolve(file));
+        }
+        return folder;
+    }
+
+    public static void whatEndedVirtualMachinesLeftIsRemovedAndNothingElse() throws Exception {
+        Path parent = folder();
+        made(parent, "quorvanti-ended", "libquorvanti.so", "libkavcrypto.so", "in-use");
+        made(parent, "quorvanti-without-mark", "libquorvanti.so", "libkavcrypto.so");
+        made(parent, "quorvanti-begun");
+        Path running = made(parent, "quorvanti-running", "libquorvanti.so", "libkavcrypto.so", "in-use");
+        made(parent, "another", "libquorvanti.so", "in-use");
+        try (FileChannel mark = FileChannel.open(running.resolve("in-use"), StandardOpenOption.WRITE)) {
+            mark.lock();
+            LoadProbe.removeLeftOvers(parent);
+        }
+        try (Stream<Path> left = Files.list(parent)) {
+            Suite.equal(
+                    List.of("another", "quorvanti-begun", "quorvanti-running"),
+                    left.map(folder -> folder.getFileName().toString()).sorted().toList());
+        }
+        try (Stream<Path> left = Files.list(running)) {
+            Suite.equal(3L, left.count());
         }
     }
 

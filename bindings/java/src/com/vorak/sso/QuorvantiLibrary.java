@@ -2,9 +2,13 @@ package com.vorak.sso;
 
 import java.io.IOException;
 import java.io.InputStream;
+import java.nio.channels.FileChannel;
+import java.nio.channels.FileLock;
+import java.nio.channels.OverlappingFileLockException;
 import java.nio.file.DirectoryStream;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.nio.file.StandardOpenOption;
 import java.util.ArrayList;
 import java.util.List;
 import java.util.Locale;
@@ -27,7 +31,12 @@ public final class QuorvantiLibrary {
     /** Where a class loader of this virtual machine has extracted the libraries: set by us, read by the next one. */
     private static final String EXTRACTED_PROPERTY = "quorvanti.extracted";
 
+    /** In the private folder: locked by the virtual machine that uses it. */
+    private static final String MARK = "in-use";
+
     private static boolean loaded;
+    /** Open, and so the mark locked, as long as this class is there. */
+    private static FileChannel mark;
 
     private QuorvantiLibrary() {}
 
@@ -111,10 +120,14 @@ public final class QuorvantiLibrary {
         try {
             Files.createDirectories(parent);
             if (platform.windows()) {
-                removeLeftOvers(parent);
+                removeLeftOvers(parent, platform);
             }
             Path folder = Files.createTempDirectory(parent, "quorvanti-"); // for this user only
             folder.toFile().deleteOnExit();
+            folder.resolve(MARK).toFile().deleteOnExit();
+            mark = FileChannel.open(
+                    folder.resolve(MARK), StandardOpenOption.CREATE_NEW, StandardOpenOption.WRITE);
+            mark.lock();
             for (String name : List.of(platform.crypto, platform.engine)) {
                 copy(platform.folder + name, folder.resolve(name));
             }
@@ -134,20 +147,38 @@ public final class QuorvantiLibrary {
         }
     }
 
-    /** A library that is in use cannot be deleted on Windows, so each run removes what earlier ones had to leave. */
-    private static void removeLeftOvers(Path parent) throws IOException {
+    /**
+     * A library that is in use cannot be deleted on Windows, so each run removes what earlier ones had to leave. The
+     * crypto library may be needed long after it was extracted: a folder goes as a whole or not at all.
+     */
+    private static void removeLeftOvers(Path parent, Platform platform) throws IOException {
         try (DirectoryStream<Path> folders = Files.newDirectoryStream(parent, "quorvanti-*")) {
             for (Path folder : folders) {
-                try (DirectoryStream<Path> files = Files.newDirectoryStream(folder)) {
-                    for (Path file : files) {
-                        Files.deleteIfExists(file);
-                    }
-                    Files.deleteIfExists(folder);
-                } catch (IOException inUse) {
+                try {
+                    removeUnlessInUse(folder, platform);
+                } catch (IOException | OverlappingFileLockException inUse) {
                     continue;
                 }
             }
         }
+    }
+
+    private static void removeUnlessInUse(Path folder, Platform platform) throws IOException {
+        Path held = folder.resolve(MARK);
+        if (Files.exists(held)) {
+            try (FileChannel channel = FileChannel.open(held, StandardOpenOption.WRITE);
+                    FileLock lock = channel.tryLock()) {
+                if (lock == null) {
+                    return;
+                }
+            }
+        } else if (!Files.exists(folder.resolve(platform.engine))) {
+            return; // somebody is about to fill it
+        }
+        for (String name : List.of(platform.engine, platform.crypto, MARK)) {
+            Files.deleteIfExists(folder.resolve(name));
+        }
+        Files.deleteIfExists(folder);
     }
 
     private static UnsatisfiedLinkError linkError(String message, Throwable cause) {

@@ -43,6 +43,11 @@ public record TicketEvaluation(
                 fields[7].equals("1"));
     }
 
+    /**
+     * The certificate of the signer.
+     *
+     * @return a copy, DER
+     */
     @Override
     public byte[] certificate() {
         return certificate.clone();

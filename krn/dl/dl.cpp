@@ -125,7 +125,9 @@ std::int32_t DlLoadLib(const char* name, std::int32_t& handle, DlReport report) 
     if (entry == nullptr) {
         entry = findFree();
         if (entry == nullptr) {
-            TRACE_FILE_ERROR("%s: no free handle (max %d)\n", "DlLoadLib", kEntries);
+            if (report == DlReport::everything) {
+                TRACE_FILE_ERROR("%s: no free handle (max %d)\n", "DlLoadLib", kEntries);
+            }
             return kDlNoFreeHandle;
         }
         DlSystemError error;

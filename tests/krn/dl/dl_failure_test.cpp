@@ -128,6 +128,24 @@ TEST_F(DlFailure, TheSixtyFifthLibraryHasNoHandle) {
     }
 }
 
+TEST_F(DlFailure, AProbeSaysNothingWhateverComesOfIt) {
+    const TraceCapture trace(3);
+    std::int32_t handle = 5;
+    EXPECT_EQ(DlLoadLib("libnosuchthing.so", handle, DlReport::nothing), -2);
+    EXPECT_EQ(handle, -1);
+    EXPECT_EQ(recorded(2), "DlLoadLib()==DLENOACCESS") << "but it is recorded";
+    std::array<std::int32_t, 64> handles;
+    for (std::size_t index = 0; index < handles.size(); ++index) {
+        const std::string name = linkTo(kSample, "sample" + std::to_string(index) + ".so");
+        ASSERT_EQ(DlLoadLib(name.c_str(), handles[index], DlReport::nothing), 0);
+    }
+    EXPECT_EQ(DlLoadLib(linkTo(kSample, "sample64.so").c_str(), handle, DlReport::nothing), -4);
+    EXPECT_EQ(trace.lines(), Lines());
+    for (std::int32_t& used : handles) {
+        EXPECT_EQ(DlUnloadLib(used), 0);
+    }
+}
+
 TEST_F(DlFailure, AMissingFunctionIsNothingBelowLevelThree) {
     std::int32_t handle = -1;
     ASSERT_EQ(DlLoadLib(kSample, handle), 0);

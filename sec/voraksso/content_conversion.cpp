@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <new>
 #include <numeric>
 #include <vector>
 
@@ -99,7 +100,11 @@ std::int32_t prepareConverter(std::string_view source, std::string_view target, 
         writeReport();
         return kConverterStartFailed;
     }
-    converter = converterCache().find(source, target, code);
+    try {
+        converter = converterCache().find(source, target, code);
+    } catch (const std::bad_alloc&) {  // a code page that comes from a file is read into memory
+        return kConverterNoMemory;
+    }
     if (converter == nullptr) {
         TRACE_ERROR("Error in rscpCActivate rc = %d", code);
         writeReport();

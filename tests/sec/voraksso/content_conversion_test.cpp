@@ -4,9 +4,11 @@
 
 #include "krn/rscp/converter_state.h"
 #include "sec/voraksso/state.h"
+#include "tests/support/allocation_failure.h"
 
 #include <algorithm>
 #include <cstring>
+#include <filesystem>
 #include <thread>
 
 namespace quorvanti {
@@ -168,6 +170,26 @@ TEST_F(ContentConversion, AConverterThatDoesNotStartIsTracedWithItsReport) {
     EXPECT_EQ(lines.front(), "*** ERROR => Error in rscpCInit rc = 1 [ssoxxext]");
     EXPECT_TRUE(hasLine(trace, "| char code converter damaged                                          |"));
     EXPECT_EQ(lines.back(), "*** ERROR => Couldn't convert ticket content. rc = -1 [ssoxxext]");
+}
+
+TEST_F(ContentConversion, WithoutMemoryForACodePageThePairIsTriedAgainLater) {
+    const TemporaryDirectory directory;
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(directory.path());
+    writeFile("S2001.CPA", "0x23 0x0023\n0x41 0x00FC\n");
+    ContentNode* user = add(0x01, "A");
+    {
+        const TraceCapture trace(1);
+        {
+            const AllocationFailure failure;
+            EXPECT_EQ(ConvertContentNode("2001", "4110", *user), VORAK_INVALID);
+        }
+        EXPECT_TRUE(hasLine(trace, "*** ERROR => Couldn't convert ticket content. rc = -3 [ssoxxext]"));
+    }
+    user->contents[0] = 'A';
+    EXPECT_EQ(ConvertContentNode("2001", "4110", *user), VORAK_OK);
+    EXPECT_EQ(textOf(user), "\xC3\xBC");
+    std::filesystem::current_path(before);
 }
 
 TEST_F(ContentConversion, APairThatFailedDoesNotSpoilTheOthers) {

@@ -25,10 +25,15 @@ ChainOutcome untrusted(X509* certificate, const std::string& why) {
                   "The certificate of " + nameText(X509_get_subject_name(certificate)) + " " + why);
 }
 
-X509StackPtr decodeAll(std::span<const Bytes> carried) {
+// The carried certificates; the signer's own, which is one of them, is decoded already.
+X509StackPtr decodeAll(std::span<const Bytes> carried, const TrustedCertificate& signer) {
     X509StackPtr stack(sk_X509_new_null());
     for (const Bytes der : carried) {
-        X509Ptr certificate = readCertificate(der);
+        X509Ptr certificate;
+        if (!sameBytes(der, signer.der))
+            certificate = readCertificate(der);
+        else if (X509_up_ref(signer.certificate.get()) == 1)
+            certificate.reset(signer.certificate.get());
         if (stack == nullptr || certificate == nullptr || sk_X509_push(stack.get(), certificate.get()) == 0)
             return nullptr;
         certificate.release();
@@ -98,12 +103,14 @@ bool narrowValidity(TrustedCertificate& signer, STACK_OF(X509) * chain) {
 
 ChainOutcome chainSigner(const KeyStore& store, Bytes signerDer, std::span<const Bytes> carried, std::int64_t time) {
     std::unique_ptr<TrustedCertificate> signer = prepareCertificate(signerDer);
-    const X509StackPtr others = decodeAll(carried);
-    if (signer == nullptr || others == nullptr)
+    const X509StackPtr others = signer != nullptr ? decodeAll(carried, *signer) : nullptr;
+    if (others == nullptr)
         return refuse(SSF_API_UNKNOWN_SIGNER, "A certificate in the signature cannot be read.");
     const X509StoreCtxPtr context(X509_STORE_CTX_new_ex(libraryContext(), nullptr));
     X509* certificate = signer->certificate.get();
-    if (context == nullptr || X509_STORE_CTX_init(context.get(), store.anchors.get(), certificate, others.get()) != 1)
+    X509_STORE* anchors = store.anchors();
+    if (context == nullptr || anchors == nullptr ||
+        X509_STORE_CTX_init(context.get(), anchors, certificate, others.get()) != 1)
         throw std::bad_alloc();
     X509_VERIFY_PARAM* parameters = X509_STORE_CTX_get0_param(context.get());
     X509_VERIFY_PARAM_set_time(parameters, static_cast<time_t>(time));

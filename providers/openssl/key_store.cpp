@@ -1,6 +1,7 @@
 #include "providers/openssl/key_store.h"
 
-#include <algorithm>
+#include <functional>
+#include <string_view>
 
 #include "providers/openssl/chained_signers.h"
 #include "providers/openssl/der_reader.h"
@@ -8,71 +9,69 @@
 namespace quorvanti::provider {
 namespace {
 
-int compareSerialAndIssuer(const TrustedCertificate& certificate, Bytes issuer, Bytes serial) {
-    const int order = compareEncodings(certificate.serial, serial);
-    return order != 0 ? order : compareEncodings(certificate.issuer, issuer);
-}
-
-void sortLookup(KeyStore& store) {
+void fillIndex(KeyStore& store) {
     for (const auto& certificate : store.trusted) {
-        store.byIssuerAndSerial.push_back(certificate.get());
+        store.bySignerName[{certificate->issuer, certificate->serial}].push_back(certificate.get());
         if (!certificate->subjectKeyIdentifier.empty())
-            store.bySubjectKeyIdentifier.push_back(certificate.get());
+            store.bySignerName[{{}, certificate->subjectKeyIdentifier}].push_back(certificate.get());
     }
-    std::stable_sort(store.byIssuerAndSerial.begin(), store.byIssuerAndSerial.end(),
-                     [](const TrustedCertificate* left, const TrustedCertificate* right) {
-                         return compareSerialAndIssuer(*left, right->issuer, right->serial) < 0;
-                     });
-    std::stable_sort(store.bySubjectKeyIdentifier.begin(), store.bySubjectKeyIdentifier.end(),
-                     [](const TrustedCertificate* left, const TrustedCertificate* right) {
-                         return compareEncodings(left->subjectKeyIdentifier, right->subjectKeyIdentifier) < 0;
-                     });
 }
 
-// The run of certificates in a sorted lookup for which `order` (their order against what is sought) is 0.
-template <class Order>
-std::span<const TrustedCertificate* const> equalRun(const std::vector<const TrustedCertificate*>& sorted, Order order) {
-    const auto first = std::partition_point(sorted.begin(), sorted.end(),
-                                            [&](const TrustedCertificate* entry) { return order(*entry) < 0; });
-    const auto last =
-        std::partition_point(first, sorted.end(), [&](const TrustedCertificate* entry) { return order(*entry) == 0; });
-    return {first, last};
+std::span<const TrustedCertificate* const> named(const KeyStore& store, const SignerName& name) {
+    const auto found = store.bySignerName.find(name);
+    return found != store.bySignerName.end() ? std::span<const TrustedCertificate* const>(found->second)
+                                             : std::span<const TrustedCertificate* const>();
 }
 
 }  // namespace
+
+bool SignerName::operator==(const SignerName& other) const {
+    return sameBytes(number, other.number) && sameBytes(issuer, other.issuer);
+}
+
+// Serial numbers and key identifiers differ nearly always: the issuer need not count. Nobody but the owner of a key
+// store decides which certificates are in it.
+std::size_t SignerNameHash::operator()(const SignerName& name) const {
+    return std::hash<std::string_view>()({reinterpret_cast<const char*>(name.number.data()), name.number.size()});
+}
 
 KeyStore::KeyStore() = default;
 KeyStore::~KeyStore() = default;
 
 std::span<const TrustedCertificate* const> KeyStore::find(std::span<const std::uint8_t> issuer,
                                                           std::span<const std::uint8_t> serial) const {
-    return equalRun(byIssuerAndSerial,
-                    [&](const TrustedCertificate& entry) { return compareSerialAndIssuer(entry, issuer, serial); });
+    return named(*this, {issuer, serial});
 }
 
 std::span<const TrustedCertificate* const> KeyStore::find(std::span<const std::uint8_t> subjectKeyIdentifier) const {
-    return equalRun(bySubjectKeyIdentifier, [&](const TrustedCertificate& entry) {
-        return compareEncodings(entry.subjectKeyIdentifier, subjectKeyIdentifier);
-    });
+    return named(*this, {{}, subjectKeyIdentifier});
 }
 
-bool prepareKeyStore(KeyStore& store) {
-    store.anchors.reset(X509_STORE_new());
-    if (store.anchors == nullptr)
-        return false;
+X509_STORE* KeyStore::anchors() const {
+    const std::lock_guard lock(anchorsMutex_);
+    if (anchors_ != nullptr)
+        return anchors_.get();
+    X509StorePtr made(X509_STORE_new());
+    if (made == nullptr)
+        return nullptr;
+    for (const auto& certificate : trusted) {
+        if (X509_STORE_add_cert(made.get(), certificate->certificate.get()) != 1)
+            return nullptr;
+    }
+    anchors_ = std::move(made);
+    return anchors_.get();
+}
+
+void prepareKeyStore(KeyStore& store) {
     store.chained = std::make_unique<ChainedSigners>();
     store.own = nullptr;
-    store.byIssuerAndSerial.clear();
-    store.bySubjectKeyIdentifier.clear();
-    sortLookup(store);
+    store.bySignerName.clear();
+    fillIndex(store);
     for (const auto& certificate : store.trusted) {
-        if (X509_STORE_add_cert(store.anchors.get(), certificate->certificate.get()) != 1)
-            return false;
         if (store.own == nullptr && store.ownKey != nullptr &&
             EVP_PKEY_eq(certificate->key->get(), store.ownKey.get()) == 1)
             store.own = certificate.get();
     }
-    return true;
 }
 
 }  // namespace quorvanti::provider

@@ -4,9 +4,11 @@
 
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <span>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "providers/openssl/openssl_context.h"
@@ -15,6 +17,19 @@
 namespace quorvanti::provider {
 
 class ChainedSigners;
+
+// How a signature names its signer: issuer and serial number, or, with no issuer, the key identifier.
+struct SignerName {
+    std::span<const std::uint8_t> issuer;
+    std::span<const std::uint8_t> number;
+
+    bool operator==(const SignerName& other) const;
+};
+struct SignerNameHash {
+    std::size_t operator()(const SignerName& name) const;
+};
+// The names point into the certificates.
+using SignerIndex = std::unordered_map<SignerName, std::vector<const TrustedCertificate*>, SignerNameHash>;
 
 // One state of a key store; never changed once it is handed out.
 struct KeyStore {
@@ -25,9 +40,7 @@ struct KeyStore {
     EvpPkeyPtr ownKey;                                         // null: verifies only
     const TrustedCertificate* own = nullptr;                   // certificate of ownKey, one of `trusted`
     std::vector<std::unique_ptr<TrustedCertificate>> trusted;  // the own one included, in the order of the key store
-    std::vector<const TrustedCertificate*> byIssuerAndSerial;  // sorted by serial, then issuer
-    std::vector<const TrustedCertificate*> bySubjectKeyIdentifier;
-    X509StorePtr anchors;       // `trusted` for the toolkit's chain building
+    SignerIndex bySignerName;
     bool passwordUsed = false;  // it could only be read with the right password
     std::unique_ptr<ChainedSigners> chained;
     LiveObject alive;
@@ -35,6 +48,14 @@ struct KeyStore {
     std::span<const TrustedCertificate* const> find(std::span<const std::uint8_t> issuer,
                                                     std::span<const std::uint8_t> serial) const;
     std::span<const TrustedCertificate* const> find(std::span<const std::uint8_t> subjectKeyIdentifier) const;
+
+    // `trusted` for the toolkit's chain building. Made when somebody asks: it takes more than twice as long as reading
+    // the key store when that is large, and most signers are trusted themselves. Null when memory runs out.
+    X509_STORE* anchors() const;
+
+private:
+    mutable std::mutex anchorsMutex_;
+    mutable X509StorePtr anchors_;
 };
 
 // The key store `profile`, from the cache when its file is unchanged and the password is the one it was opened with.
@@ -49,8 +70,8 @@ void forgetKeyStoreFile(std::string_view profile);
 // above.
 std::int32_t parseKeyStoreImage(std::span<const std::uint8_t> image, std::string_view password, KeyStore& store);
 
-// Makes lookup, own certificate and anchors fit `ownKey` and `trusted`. False when memory runs out.
-bool prepareKeyStore(KeyStore& store);
+// Makes lookup and own certificate fit `ownKey` and `trusted`.
+void prepareKeyStore(KeyStore& store);
 
 // Makes `name` a key store in memory, replacing what the name meant before. An empty image is an empty key store that
 // any password opens; any other must be readable, a still missing password aside (else 24).

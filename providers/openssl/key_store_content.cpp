@@ -59,8 +59,7 @@ ReadOutcome takeOver(KeyStoreContent content, KeyStore& store) {
     store.trusted = std::move(content.certificates);
     if (!content.privateKeys.empty())
         store.ownKey = std::move(content.privateKeys.front());
-    if (!prepareKeyStore(store))
-        throw std::bad_alloc();
+    prepareKeyStore(store);
     return {};
 }
 

@@ -62,8 +62,7 @@ std::int32_t load(std::string_view name, std::string_view password, const Memory
             return fail(SSF_API_INVALID_PROFILE, "A certificate for key store " + store.profile + " cannot be read.");
         store.trusted.push_back(std::move(certificate));
     }
-    if (!prepareKeyStore(store))
-        throw std::bad_alloc();
+    prepareKeyStore(store);
     return SSF_API_OK;
 }
 

@@ -8,11 +8,11 @@
 #include <openssl/pkcs7.h>
 #include <openssl/x509_vfy.h>
 
-#include "tests/bench/bench_scene.h"
+#include "tests/speed/scene.h"
 
 namespace {
 
-using namespace quorvanti::bench;
+using namespace quorvanti::speed;
 
 void evaluate(const Ticket& ticket) {
     char user[64], systemId[16], client[8];

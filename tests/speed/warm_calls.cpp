@@ -1,6 +1,6 @@
-// Makes one public call again and again, for whoever counts what it costs: warm_calls DATA SCENARIO COUNT. What comes
-// before the counted calls (the start of the library, the first reading of the key store) stands outside of
-// quorvantiCountedCalls(), so that a profiler can be told to look into that function only.
+// Makes one public call again and again, for whoever counts what it costs: warm_calls DATA SCENARIO COUNT
+// [TRACE-LEVEL]. What comes before the counted calls (the start of the library, the first reading of the key store)
+// stands outside of quorvantiCountedCalls(), so that a profiler can be told to look into that function only.
 #include <quorvanti/voraksso.h>
 
 #include <array>
@@ -71,8 +71,12 @@ extern "C" bool quorvantiCountedCalls(const void* call, long count) {
 }
 
 int main(int count, char** arguments) {
-    if (count != 4 || VorakInitialize(nullptr) != VORAK_OK) {
+    if (count < 4 || VorakInitialize(nullptr) != VORAK_OK) {
         return 2;
+    }
+    if (count > 4) {
+        QuorvantiSetProperty("KAV_EXT_TRC", "/dev/null");
+        QuorvantiSetProperty("KAV_EXT_TRL", arguments[4]);
     }
     const Call call = callOf(arguments[1], arguments[2]);
     bool accepted = true;

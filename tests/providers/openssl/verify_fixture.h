@@ -45,8 +45,18 @@ protected:
         writeFile(store_, pem);
     }
 
+    // Every verification goes both ways: with nothing prepared, and with everything kept from the time before. The
+    // answers are the same to the last word.
     Answer verify(const Octets& signature, const Octets& content) const {
-        return verifyWith(signature, content, store_);
+        provider::forgetKeyStores();
+        const Answer unprepared = verifyWith(signature, content, store_);
+        const Answer prepared = verifyWith(signature, content, store_);
+        EXPECT_EQ(prepared.code, unprepared.code);
+        EXPECT_EQ(prepared.signerResult, unprepared.signerResult);
+        EXPECT_EQ(prepared.id, unprepared.id);
+        EXPECT_EQ(prepared.certificate, unprepared.certificate);
+        EXPECT_EQ(prepared.sentence, unprepared.sentence);
+        return prepared;
     }
 
     static Answer verifyWith(const Octets& signature, const Octets& content, const std::string& profile) {

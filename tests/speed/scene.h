@@ -1,4 +1,4 @@
-// What the benchmarks of evaluation and issuing measure over: the tickets and key stores of tests/speed/data, which
+// What is measured and counted over: the tickets and key stores of tests/speed/data, which
 // were on the disk long before, taken apart with the toolkit.
 #pragma once
 
@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-namespace quorvanti::bench {
+namespace quorvanti::speed {
 
 template <auto release>
 struct Releaser {
@@ -40,9 +40,12 @@ using Digest = std::array<std::uint8_t, 32>;
 
 void require(bool holds, const char* what);
 
+Bytes bytesOf(BIO* bio);  // of a memory BIO
 std::string dataFile(const std::string& name);
 Digest sha256(const Bytes& bytes);
 Key privateKey(const std::string& file);
+Key keyOf(const std::string& pkcs12, const char* password);
+X509Ptr certificateOf(const std::string& pem);  // the first in it
 
 struct Ticket {
     // "rsa-bare" with the key store "rsa.pem".
@@ -63,4 +66,4 @@ struct Ticket {
 // Tickets of as many issuers, each with a certificate of its own below the authority that "chained.pem" trusts.
 std::vector<Ticket> chainedTickets(std::size_t count);
 
-}  // namespace quorvanti::bench
+}  // namespace quorvanti::speed

@@ -1,13 +1,14 @@
-#include "tests/bench/bench_scene.h"
+#include "tests/speed/scene.h"
 
 #include <openssl/pem.h>
+#include <openssl/pkcs12.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
 
-namespace quorvanti::bench {
+namespace quorvanti::speed {
 namespace {
 
 constexpr std::size_t signatureMark = 3;  // 0xFF and two bytes of length
@@ -46,19 +47,6 @@ std::size_t contentLength(const Bytes& ticket) {
     return position;
 }
 
-Bytes bytesOf(BIO* bio) {
-    unsigned char* data = nullptr;
-    const long length = BIO_get_mem_data(bio, &data);
-    return {data, data + length};
-}
-
-X509Ptr certificateIn(const std::string& path) {
-    const Bio bio(BIO_new_file(path.c_str(), "r"));
-    X509Ptr certificate(PEM_read_bio_X509(bio.get(), nullptr, nullptr, nullptr));
-    require(certificate != nullptr, path.c_str());
-    return certificate;
-}
-
 X509Ptr certificateBelow(X509* authority, EVP_PKEY* authorityKey, EVP_PKEY* key, long serial) {
     X509Ptr certificate(X509_new());
     X509_set_version(certificate.get(), X509_VERSION_3);
@@ -92,6 +80,12 @@ void require(bool holds, const char* what) {
     }
 }
 
+Bytes bytesOf(BIO* bio) {
+    unsigned char* data = nullptr;
+    const long length = BIO_get_mem_data(bio, &data);
+    return {data, data + length};
+}
+
 std::string dataFile(const std::string& name) {
     return std::string(QUORVANTI_SPEED_DATA) + "/" + name;
 }
@@ -107,6 +101,24 @@ Key privateKey(const std::string& file) {
     Key key(PEM_read_bio_PrivateKey(bio.get(), nullptr, nullptr, nullptr));
     require(key != nullptr, file.c_str());
     return key;
+}
+
+Key keyOf(const std::string& pkcs12, const char* password) {
+    const Bio bio(BIO_new_file(pkcs12.c_str(), "rb"));
+    PKCS12* read = d2i_PKCS12_bio(bio.get(), nullptr);
+    EVP_PKEY* key = nullptr;
+    X509* certificate = nullptr;
+    require(PKCS12_parse(read, password, &key, &certificate, nullptr) == 1, pkcs12.c_str());
+    X509_free(certificate);
+    PKCS12_free(read);
+    return Key(key);
+}
+
+X509Ptr certificateOf(const std::string& path) {
+    const Bio bio(BIO_new_file(path.c_str(), "r"));
+    X509Ptr certificate(PEM_read_bio_X509(bio.get(), nullptr, nullptr, nullptr));
+    require(certificate != nullptr, path.c_str());
+    return certificate;
 }
 
 Ticket::Ticket(const std::string& name, const std::string& keyStoreName)
@@ -137,7 +149,7 @@ Bytes Ticket::bareSignature() const {
 }
 
 X509Ptr Ticket::certificate() const {
-    return certificateIn(keyStore);
+    return certificateOf(keyStore);
 }
 
 Key Ticket::key() const {
@@ -146,7 +158,7 @@ Key Ticket::key() const {
 
 std::vector<Ticket> chainedTickets(std::size_t count) {
     const Bytes content = Ticket("chained", "chained.pem").content;
-    const X509Ptr authority = certificateIn(dataFile("chained.pem"));
+    const X509Ptr authority = certificateOf(dataFile("chained.pem"));
     const Key authorityKey = privateKey("authority.key");
     const Key key = privateKey("chained.key");
     std::vector<Ticket> tickets;
@@ -158,4 +170,4 @@ std::vector<Ticket> chainedTickets(std::size_t count) {
     return tickets;
 }
 
-}  // namespace quorvanti::bench
+}  // namespace quorvanti::speed

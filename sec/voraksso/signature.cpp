@@ -235,11 +235,13 @@ ValidateResult SignTicket(std::span<const std::uint8_t> content, SsfFunctionTabl
     code = sign(parameters.format.data(), lengthOf(parameters.format), parameters.hashAlgorithm.data(),
                 lengthOf(parameters.hashAlgorithm), parameters.includeCertificate ? 1 : 0, 1, *encoded.data(),
                 *encoded.length(), *signers.list(), signature, signatureLength);
-    if (code != SSF_API_OK) {
-        table.find(ssf::SsfDELSsfOctetstring)(signature, signatureLength);
-        return explainSigningFailure(code, table, firstSigner(*signers.list()));
+    if (code == SSF_API_OK && *signature != nullptr && *signatureLength > 0) {
+        return VORAK_OK;
     }
-    return *signature != nullptr && *signatureLength > 0 ? VORAK_OK : VORAK_CRYPTO_FAILED;
+    const ValidateResult result =
+        code != SSF_API_OK ? explainSigningFailure(code, table, firstSigner(*signers.list())) : VORAK_CRYPTO_FAILED;
+    table.find(ssf::SsfDELSsfOctetstring)(signature, signatureLength);
+    return result;
 }
 
 }  // namespace quorvanti

@@ -119,12 +119,15 @@ TEST_F(SignatureTest, ARefusalWithACertificateDumpsTheCertificate) {
     crypto->signers[0].result = 20;
     crypto->certificateTexts["ALL"] = "everything about it";
     validate();
-    EXPECT_TRUE(hasLine(trace,
-                        "*** ERROR =>  SSF LIB returned 20 :: unknown SSF error  :: no further, internal error "
-                        "occured in SSF. [secuload]"));
-    EXPECT_TRUE(hasLine(trace, "Certificate in SSO ticket:"));
-    EXPECT_TRUE(hasLine(trace, "everything about it "));
-    EXPECT_TRUE(hasLine(trace, "DumpCertAttribute return with rc=0."));
+    EXPECT_EQ(trace.lines(),
+              (std::vector<std::string>{
+                  "*** ERROR => SsfVerify failed (see note 7700101). [ssoxxsgn]",
+                  "*** ERROR =>  SsfVerify returned 5 :: SSF_API_SIGNER_ERRORS :: Error during verify - signer error. "
+                  "[secuload]",
+                  "VORAKSSO2 ticket SSF error description: A signing operation could not be performed or failed .",
+                  "*** ERROR =>  SSF LIB returned 20 :: unknown SSF error  :: no further, internal error occured in "
+                  "SSF. [secuload]",
+                  "Certificate in SSO ticket:", "everything about it ", "DumpCertAttribute return with rc=0."}));
 }
 
 TEST_F(SignatureTest, ACertificateThatCannotBeDumpedChangesNothing) {
@@ -214,11 +217,16 @@ TEST_F(SignatureTest, ASignerThatCouldNotSignIsDescribed) {
     crypto->functions["SsfSign"].result = 5;
     crypto->signResult = DoubleSigner{"<implicit>", "cannot", 6, 25, std::nullopt};
     EXPECT_EQ(sign(), combined(25, VORAK_INVALID));
-    EXPECT_TRUE(hasLine(trace, "*** ERROR => SsfSign failed (see note 7700101). [ssoxxsgn]"));
-    EXPECT_TRUE(hasLine(trace,
-                        "*** ERROR =>  SsfSign returned 5 :: SSF_API_SIGNER_ERRORS :: Error during verify - "
-                        "signer error. [secuload]"));
-    EXPECT_TRUE(hasLine(trace, " Signer   ID: <implicit> "));
+    EXPECT_EQ(trace.lines(),
+              (std::vector<std::string>{
+                  "*** ERROR => SsfSign failed (see note 7700101). [ssoxxsgn]",
+                  "*** ERROR =>  SsfSign returned 5 :: SSF_API_SIGNER_ERRORS :: Error during verify - signer error. "
+                  "[secuload]",
+                  "VORAKSSO2 ticket SSF error description: A signing operation could not be performed or failed .",
+                  "*** ERROR =>  SSF LIB returned 25 :: SSF_API_INVALID_PASSWORD :: Invalid password for profile. "
+                  "Incorrect password or missing credentials. [secuload]",
+                  " Signer   ID: <implicit> ", " Signer  PWD: ****** with len 6 ", " Signer info: cannot ",
+                  " Signer res.: Wrong or missing password for Profile (PSE) "}));
     EXPECT_FALSE(trace.contains("secret"));
 }
 
@@ -245,6 +253,18 @@ TEST_F(SignatureTest, ASigningFailureWithoutASignerYields9) {
 TEST_F(SignatureTest, ASigningWithoutResultIsNoSuccess) {
     crypto->hooks.SsfSign = [](auto...) -> std::int32_t { return 0; };
     EXPECT_EQ(sign(), VORAK_CRYPTO_FAILED);
+}
+
+TEST_F(SignatureTest, ASignatureWithoutALengthIsNoSuccessAndGoesBack) {
+    crypto->hooks.SsfSign = [this](auto, auto, auto, auto, auto, auto, auto, auto, auto, std::uint8_t** signature,
+                                   std::int32_t* length) -> std::int32_t {
+        *signature = reinterpret_cast<std::uint8_t*>(crypto->handOut("signature"));
+        *length = 0;
+        return 0;
+    };
+    EXPECT_EQ(sign(), VORAK_CRYPTO_FAILED);
+    EXPECT_EQ(made, "");
+    EXPECT_TRUE(crypto->outstanding.empty());
 }
 
 class MissingFunction : public SignatureTest, public ::testing::WithParamInterface<std::array<const char*, 2>> {

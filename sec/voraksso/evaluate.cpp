@@ -26,6 +26,7 @@ constexpr std::uint8_t kAssertionFlag = 0x01;
 struct Evaluation {
     ParsedTicket ticket;
     SignerCertificate certificate;
+    std::array<char, 4> codePage{};  // of the texts handed out
     std::int32_t remainingSeconds = 0;
     const std::uint32_t* tooSmall = nullptr;  // the capacity that holds a needed length, for the clearing
 };
@@ -63,10 +64,11 @@ void prepareContext(const EvaluationRequest& request, InContext& context) {
     TRACE(3, "Password is %s\n", context.password != nullptr ? "set (but not displayed here)" : "null (empty)");
 }
 
-std::int32_t decodeAndVerify(const EvaluationRequest& request, Evaluation& evaluation) {
+std::int32_t decodeAndVerify(const EvaluationRequest& request, std::string_view codePage, Evaluation& evaluation) {
     const ThrRecMtxGuard lock(libraryState().cryptoLock);
     InContext context;
     prepareContext(request, context);
+    evaluation.codePage = chooseCodePage(codePage);
     TRACE(3, "Just before Validation...\n");
     DecodedTicket decoded;
     if (const std::int32_t code = decodeTicketText({request.ticket, request.length}, decoded); code != VORAK_OK) {
@@ -91,9 +93,10 @@ std::int32_t decodeAndVerify(const EvaluationRequest& request, Evaluation& evalu
     return result;
 }
 
-std::int32_t convertContents(Evaluation& evaluation, const std::array<char, 4>& codePage) {
-    const std::int32_t code = ConvertContentList({evaluation.ticket.codePage.data(), evaluation.ticket.codePage.size()},
-                                                 {codePage.data(), codePage.size()}, evaluation.ticket.contents);
+std::int32_t convertContents(Evaluation& evaluation) {
+    const std::int32_t code =
+        ConvertContentList({evaluation.ticket.codePage.data(), evaluation.ticket.codePage.size()},
+                           {evaluation.codePage.data(), evaluation.codePage.size()}, evaluation.ticket.contents);
     if (code != VORAK_OK) {
         TRACE_ERROR("ConvertCList returns %d. [%s %d]\n", code, kTraceUnit, __LINE__);
     }
@@ -250,11 +253,10 @@ std::int32_t evaluateInto(const EvaluationRequest& request, Evaluation& evaluati
     if (!requireInitialized()) {
         return VORAK_INVALID;
     }
-    const std::array<char, 4> codePage = chooseCodePage(record.codePage());
-    if (const std::int32_t code = decodeAndVerify(request, evaluation); code != VORAK_OK) {
+    if (const std::int32_t code = decodeAndVerify(request, record.codePage(), evaluation); code != VORAK_OK) {
         return code;
     }
-    if (const std::int32_t code = convertContents(evaluation, codePage); code != VORAK_OK) {
+    if (const std::int32_t code = convertContents(evaluation); code != VORAK_OK) {
         return code;
     }
     if (const std::int32_t code = checkValidity(evaluation); code != VORAK_OK) {

@@ -12,6 +12,7 @@ namespace {
 
 constexpr char kTraceUnit[] = "sec/voraksso/ssoxxext";
 
+// Counted up to what is too long anyway.
 std::size_t textLength(const char* text) {
     return text != nullptr ? strnlen(text, kTicketTextLimit) : 0;
 }
@@ -65,7 +66,7 @@ QUORVANTI_API int32_t VorakEvalLogonTicket(const char* ticket, const char* profi
         info.client_capacity = clientLength;
         EvaluationRequest request;
         request.ticket = ticket;
-        request.length = textLength(ticket);
+        request.length = std::strlen(ticket);
         request.profile = profile;
         request.password = password;
         request.certificate = {certificate, certificateLength};

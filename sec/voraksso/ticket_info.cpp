@@ -55,7 +55,7 @@ bool CertificateOutput::assign(std::span<const std::uint8_t> der) const {
 }
 
 void CertificateOutput::clear() const {
-    if (capacity != nullptr) {
+    if (wanted()) {
         *capacity = 0;
     }
 }

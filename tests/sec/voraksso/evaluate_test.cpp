@@ -74,6 +74,69 @@ TEST_F(Evaluate, MissingTextsAreNamedAtLevel3) {
     EXPECT_FALSE(trace.contains("secret"));
 }
 
+// The lines without those of a dump.
+std::vector<std::string> withoutDumps(const TraceCapture& trace) {
+    std::vector<std::string> lines = trace.lines();
+    std::erase_if(lines, [](const std::string& line) {
+        return line.size() > 8 && line.find_first_not_of("0123456789ABCDEF") == 8 && line.substr(8, 2) == "  ";
+    });
+    return lines;
+}
+
+TEST_F(Evaluate, SaysItsStepsInOrder) {
+    FullRecord record;
+    const std::string text = ticket(TicketBuilder().user("JDOE").creation(kNow).validityHours(1));
+    const TraceCapture trace(3);
+    ASSERT_EQ(evaluate(text, record.info), VORAK_OK);
+    std::vector<std::string> lines = withoutDumps(trace);
+    for (std::string& line : lines) {
+        if (line.starts_with("Verify returns 0 [")) {
+            line.resize(line.find_last_of(' '));  // the number of its line
+        }
+    }
+    EXPECT_EQ(lines, (std::vector<std::string>{"VorakEvalLogonTicketEx was called.",
+                                               "Profile (path to key) is the following: store.pse",
+                                               "Password is set (but not displayed here)",
+                                               "Got the codepage 1100 from properties ",
+                                               "Just before Validation...",
+                                               "Read version.",
+                                               "Read Codepage.",
+                                               "Read InfoUnit (0x01).",
+                                               "Read length (4).",
+                                               "Read contents.",
+                                               "Read InfoUnit (0x04).",
+                                               "Read length (12).",
+                                               "Read contents.",
+                                               "Read InfoUnit (0x05).",
+                                               "Read length (4).",
+                                               "Read contents.",
+                                               "Read InfoUnit (0xFF).",
+                                               "Argument Dump for ticket verification:",
+                                               "Content byte stream:",
+                                               "Signature byte stream:",
+                                               "Encoded content byte stream:",
+                                               "Verify returns 0 [sec/voraksso/ssoxxsgn",
+                                               "Certificate is: ",
+                                               "Convert ticket content from KAV_CODEPAGE >4110< to >1100< ",
+                                               "Got date 202603150905 from ticket.",
+                                               "Cur time = 202603150905.",
+                                               "Computing validity in hours.",
+                                               "CurTime_t = 1773651900, CreTime_t = 1773651900 ",
+                                               "validity: 3600, difference:      0.000.",
+                                               "Validation succeeded.",
+                                               "Ticket is without recipient information.",
+                                               "Retrieving creation time...",
+                                               "Retrieving validity in seconds...",
+                                               "Evaluating certificate with length 25",
+                                               "Ticket contains no client.",
+                                               "Ticket contains no sysid.",
+                                               "Ticket contains no language.",
+                                               "Ticket contains no Portal User.",
+                                               "Ticket contains no AuthSchema.",
+                                               "Preparing for cleanup.",
+                                               "End of function VorakEvalLogonTicketEx."}));
+}
+
 TEST_F(Evaluate, WithoutAProfileTheCachedKeyIsUsed) {
     const TraceCapture trace(3);
     ASSERT_EQ(VorakLoadTicketKey(reinterpret_cast<const std::uint8_t*>("image"), 5, "key-password", 0, VORAK_KEY_STORE),
@@ -160,6 +223,19 @@ TEST_F(Evaluate, OutputsThatAreNotWantedAreSkipped) {
     record.info.client_capacity = nullptr;
     EXPECT_EQ(evaluate(ticket(everything()), record.info), VORAK_OK);
     EXPECT_EQ(record.user.capacity, 64u);
+}
+
+TEST_F(Evaluate, APairThatIsNotWholeIsLeftAloneOnFailureToo) {
+    FullRecord record;
+    record.info.user = nullptr;
+    record.info.client_capacity = nullptr;
+    record.info.certificate = nullptr;
+    std::uint32_t length = 77;
+    EXPECT_EQ(VorakEvalLogonTicketEx("AAAA", "p", nullptr, nullptr, &length, &record.info), VORAK_MALFORMED);
+    EXPECT_EQ(record.user.capacity, 64u);
+    EXPECT_EQ(record.client.data()[0], '\x7E');
+    EXPECT_EQ(record.certificateCapacity, 64u);
+    EXPECT_EQ(length, 77u);
 }
 
 // --- The text

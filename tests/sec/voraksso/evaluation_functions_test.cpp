@@ -96,10 +96,13 @@ TEST_F(EvaluationFunctions, LogonTicketClearsItsOutputsOnFailure) {
 }
 
 TEST_F(EvaluationFunctions, LogonTicketRefusesATextThatIsTooLong) {
+    const TraceCapture trace(1);
     const std::string endless(1 << 20, 'A');
     Arguments a;
     a.ticket = endless.c_str();
     EXPECT_EQ(call(a), VORAK_INVALID);
+    EXPECT_TRUE(hasLine(trace, "*** ERROR => Ticket too long: 1048576, which exceeds 4095 [ssoxxext]"))
+        << "the length is that of the whole text";
 }
 
 TEST_F(EvaluationFunctions, ExEvaluates4096CharactersOfALongerTextAndSaysTooLong) {

@@ -44,6 +44,7 @@ TEST_F(OutOfMemory, AnEvaluationThatRunsOutOfMemoryEndsWithACodeAndHandsNothingO
     const int needed = failEachAllocation([&] {
         FullRecord record;
         record.info.certificate = nullptr;
+        record.certificateCapacity = 0;
         std::int32_t code = 0;
         {
             const AllocationFailure failure(allowed++);

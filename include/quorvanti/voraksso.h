@@ -3,11 +3,16 @@
  *
  * Conventions of every function here:
  *  - C linkage, no exception leaves a function; the result is a return code (VORAK_...), 0 for success.
- *  - Any thread may call any function at any time. State is process-wide, from VorakInitialize to VorakShutdown.
+ *  - Any thread may call any function at any time, also beside each other; where more is to be said, the function says
+ *    it. State is process-wide, from VorakInitialize to VorakShutdown. Calls into the crypto library wait for each
+ *    other. No function keeps a lock when it returns.
  *  - Texts are NUL-terminated unless a length goes with them. Lengths and capacities count bytes.
  *  - A pair of buffer and capacity: on entry *capacity is the buffer's size, on return the used length without
  *    terminator. A buffer that is too small is emptied and *capacity holds the length needed. A text is terminated
- *    behind its length when there is room for it. A null buffer or capacity means that the output is not wanted.
+ *    behind its length when there is room for it. A null buffer or capacity means that the output is not wanted, and
+ *    neither of the two is touched.
+ *  - What is handed in is read during the call only and stays the caller's. What is handed out is copied into the
+ *    caller's memory; where a pointer into the library is handed out, the function says how long it lasts.
  *  - Where a call of the crypto library failed, the low 16 bits of a return code are this library's and the high 16
  *    bits are the crypto library's: VORAK_STANDARD_ERROR(code) and VORAK_SSF_ERROR(code).
  *  - Secrets handed in (passwords, keys) never appear in a return value or in the trace.
@@ -63,21 +68,28 @@ extern "C" {
  * library and takes SSF_HASH and SSF_INCLUDE_CERT from the environment. An environment variable that is empty counts
  * as not set.
  *
- * cryptoLibrary: file name or path of the crypto library. Null or empty: the environment variable SSF_LIB, else the
- *   default names ("libkavcrypto.so", then "libkavsecu.so"; on Windows "kavcrypto.dll", then "kavsecu.dll"), found
- * beside this library unless the system's search path leads elsewhere.
+ * cryptoLibrary  file name or path of the crypto library, up to 255 bytes. Null or empty: the environment variable
+ *                SSF_LIB, else the default names ("libkavcrypto.so", then "libkavsecu.so"; on Windows "kavcrypto.dll",
+ *                then "kavsecu.dll"), found beside this library unless the system's search path leads elsewhere
  *
- * 0   success, also when the library was initialized before (nothing is loaded again)
+ * 0   success, also when the library was initialized before (nothing is loaded again, cryptoLibrary is not looked at)
  * 9   the thread layer could not be started
- * 14  the crypto library could not be loaded, or its start failed; a later call may try again
- * Concurrent calls run one after the other.
+ * 11  out of memory
+ * 14  the crypto library could not be loaded, its start failed, or that of the token evaluation
+ * After a failure a later call may try again.
+ *
+ * Threads: concurrent calls run one after the other; those that come second find the library initialized.
  */
 QUORVANTI_API int32_t VorakInitialize(const char* cryptoLibrary);
 
 /*
  * Takes the library down: closes the trace, wipes a loaded ticket key, unloads the crypto library. Properties keep
- * their values, the trace target aside. Always 0, also without a VorakInitialize before it. No other function of the
- * library may be running.
+ * their values, the trace target aside. A later VorakInitialize begins anew.
+ *
+ * Always 0, also without a VorakInitialize before it; then it only ends the trace.
+ *
+ * Threads: waits for a call into the crypto library to end. A function that runs beside it ends with its result, or
+ * fails (with 9 or 13, a token with 5) when it reaches the crypto library too late.
  */
 QUORVANTI_API int32_t VorakShutdown(void);
 
@@ -87,30 +99,51 @@ QUORVANTI_API int32_t VorakGetVersion(void);
 /* --- Properties ------------------------------------------------------------------------------------------------ */
 
 /*
- * Sets a property; names are matched exactly. Values are not checked here, and one longer than its field is cut.
+ * Sets a property.
  *
- *   KAV_EXT_TRC       trace target: a file name, "stdout" or "stderr"; null stops the trace and closes its file. While
- * a file is in use, "stdout" and "stderr" are file names like any other KAV_EXT_TRL       trace level: "0" banner only,
- * "1" errors, "2" warnings and steps, "3" everything KAV_OWN_SYSID     own system id (up to 8 characters, default
- * "SYS"), for assertion tickets addressed to us KAV_OWN_CLIENT    own client (3 characters, default "000")
- *   KAV_EXT_SYSID     system id that the recipient of a logon ticket is compared with (default "EXT")
- *   KAV_EXT_CLIENT    client that the recipient of a logon ticket is compared with (default "999")
- *   KAV_EXT_CODEPAGE  code page of texts handed out (default "1100", ISO 8859-1; "4110" is UTF-8). With UTF-16 and
- *                     UTF-32 ("4102" to "4105", and "4100", "4101") a ticket's creation time grows beyond its twelve
- *                     bytes and every evaluation fails with 5
- *   SSF_LIB           crypto library for the next VorakInitialize; kept in the environment; null changes nothing
- *   SSF_HASH          hash for signing (default "SHA1")
+ * name   one of those below, matched exactly
+ * value  its new value. Null or an empty value restores the default, unless said otherwise. Values are not checked
+ *        here, and one that is longer than its field is cut
+ *
+ *   KAV_EXT_TRC       trace target: a file name (up to 4095 bytes), or "stdout", "stderr", "tf" (the file that is open
+ *                     already) while no file is the target: once one is, these three name files like any other value.
+ *                     Null or an empty value stops the trace and closes its file
+ *   KAV_EXT_TRL       trace level: "0" banner only, "1" errors, "2" warnings and steps, "3" everything; only the first
+ *                     character counts, and any other is "1". Null or an empty value takes the level back to the
+ *                     banner only
+ *   KAV_OWN_SYSID     own system id (up to 8 bytes, default "SYS"), for assertion tickets addressed to us
+ *   KAV_OWN_CLIENT    own client (up to 3 bytes, default "000"), for the same
+ *   KAV_EXT_SYSID     system id that the recipient of a logon ticket is compared with (up to 8 bytes, default "EXT")
+ *   KAV_EXT_CLIENT    client that the recipient of a logon ticket is compared with (up to 3 bytes, default "999")
+ *   KAV_EXT_CODEPAGE  code page of texts handed out (4 characters, default "1100", ISO 8859-1; "4110" is UTF-8). With
+ *                     UTF-16 and UTF-32 ("4102" to "4105", and "4100", "4101") a ticket's creation time grows beyond
+ *                     its twelve bytes and every evaluation fails with 5
+ *   SSF_LIB           crypto library for the next VorakInitialize (up to 4087 bytes); kept in the environment of the
+ *                     process. Null changes nothing
+ *   SSF_HASH          hash for signing (up to 19 bytes, default "SHA1")
  *   SSF_INCLUDE_CERT  "1", "true" or "yes" (any case): signatures carry the signer's certificate; all else: they do not
  *
- * Null or an empty value restores the default.
- * 0 success; 9 null or unknown name, or the thread layer could not be started. May be called before VorakInitialize.
+ * 0   success
+ * 9   null or unknown name, or the thread layer could not be started
+ * 11  out of memory; nothing was set
+ *
+ * May be called before VorakInitialize. Threads: changes are made one after the other.
  */
 QUORVANTI_API int32_t QuorvantiSetProperty(const char* name, const char* value);
 
 /*
- * Reads a property, or with a null name the list of all names, separated by ";". Several fall back to the environment
- * while they hold their default. The text belongs to the library and may change when the property or the environment
- * does; null for an unknown name, and for KAV_EXT_TRC and SSF_LIB when nothing is set.
+ * Reads a property.
+ *
+ * name  as above; null: the list of all names, separated by ";"
+ *
+ * The terminated text, or null for an unknown name, and for KAV_EXT_TRC and SSF_LIB when nothing is set. Several
+ * properties are answered from the environment while they hold their default: KAV_OWN_SYSID and KAV_EXT_SYSID from
+ * KAVSYSTEMNAME, KAV_OWN_CLIENT and KAV_EXT_CLIENT from KAVSYSTEMCLIENT, SSF_HASH from SSF_HASH; KAV_EXT_TRC and
+ * KAV_EXT_TRL, while they are not set, from the variables of their names.
+ *
+ * The text belongs to the library (or the environment) and is valid until the property or the environment changes.
+ * Threads: nothing holds the text still while it is read. Who sets a property that another thread is reading must keep
+ * the two apart.
  */
 QUORVANTI_API const char* QuorvantiGetProperty(const char* name);
 
@@ -118,8 +151,11 @@ QUORVANTI_API const char* QuorvantiGetProperty(const char* name);
 
 /*
  * What an evaluation hands out. Set struct_size and the pairs of buffer and capacity that are wanted; null the rest.
- * The record may be shorter than here when a program was compiled against an older header: nothing behind struct_size
- * is touched.
+ * Capacities count bytes. All memory is the caller's; the reserved fields are not looked at.
+ *
+ * The record may be shorter than here, but must be longer than 120 bytes, when a program was compiled against an older
+ * header: nothing behind struct_size is touched. The certificate counts from a struct_size of 145 on, every
+ * other field when struct_size covers it whole.
  */
 typedef struct TICKET_INFO {
     uint32_t struct_size; /* sizeof(TICKET_INFO) */
@@ -143,22 +179,39 @@ typedef struct TICKET_INFO {
     uint8_t* certificate; /* of the signer, DER */
     uint32_t* certificate_capacity;
     uint32_t flags;           /* out: the ticket's first flag byte; 0 without flags */
-    int32_t assertion_marker; /* out: 1 the recipient matched, 0 a logon ticket, -1 the evaluation failed */
+    int32_t assertion_marker; /* out: 1 the recipient matched; 0 evaluated as a logon ticket and without the flag of an
+                                 assertion ticket; -1 the evaluation failed; else as the caller set it */
 } TICKET_INFO;
 
 /*
- * Evaluates a logon ticket: signature, age and, where the ticket names one, recipient.
+ * Evaluates a logon ticket: signature, age and, where the ticket names one, recipient (against KAV_EXT_SYSID and
+ * KAV_EXT_CLIENT).
  *
- * ticket              the ticket text, up to 4095 characters
- * profile, password   key store with the trusted issuers (a path of up to 132 characters; what is behind them is not
- *                     seen), and its password. A null profile: the key that VorakLoadTicketKey loaded
- * user, certificate, systemId, client with their capacities: all eight are required. Texts come in UTF-8.
+ * ticket       the ticket text, up to 4095 characters; required
+ * profile      key store with the trusted issuers: a path of up to 132 bytes, what is behind them is not seen, and
+ *              trailing blanks do not count. Null or empty: the key that VorakLoadTicketKey loaded, and its password
+ * password     of the key store; null or empty: none
+ * user, certificate, systemId, client with their lengths (buffer and capacity, in bytes): all eight are required.
+ *              Texts come in UTF-8, whatever KAV_EXT_CODEPAGE says. What the ticket does not say is empty
  *
- * 0 valid; 3 a buffer is too small; 4 expired; 5 malformed; 6 the user's buffer is too small; 9 missing argument, text
- * too long, or not initialized; 11 out of memory; 13 the crypto library lacks a function; 14 it failed; 16 no creation
- * time; 17 no certificate of the signer; 20 no signer named; 23 meant for somebody else; 1281 not base64. When the
- * signature was refused the low half is the crypto library's overall code (5: see the high half), the high half the
- * signer's own. On failure every output is empty, but a capacity that was too small holds the length needed.
+ * 0     valid
+ * 3     the buffer for certificate, system id or client is too small
+ * 4     the signature is good, the validity has passed
+ * 5     malformed ticket or creation time
+ * 6     the buffer for the user is too small
+ * 9     missing argument, text too long, not initialized, or a text that cannot be converted to the code page
+ * 11    out of memory
+ * 13    the crypto library lacks a function
+ * 14    an operation of the crypto library failed
+ * 16    no creation time
+ * 17    the crypto library named no certificate of the signer
+ * 23    meant for somebody else
+ * 1281  not base64, or shorter than four characters
+ * When the signature was refused: 20 in the low half and the crypto library's code in the high half when it named no
+ * signer; else the crypto library's overall code (such as 5: see the high half) in the low half and the signer's own in
+ * the high half. Compare VORAK_STANDARD_ERROR and VORAK_SSF_ERROR.
+ *
+ * On failure every output is empty, but a capacity that was too small holds the length needed.
  */
 QUORVANTI_API int32_t VorakEvalLogonTicket(const char* ticket, const char* profile, const char* password, char* user,
                                            uint32_t* userLength, uint8_t* certificate, uint32_t* certificateLength,
@@ -166,21 +219,39 @@ QUORVANTI_API int32_t VorakEvalLogonTicket(const char* ticket, const char* profi
                                            uint32_t* clientLength);
 
 /*
- * The same with the full record. certificate and certificateLength may be null. Codes as above; additionally 9 for a
- * null record and a struct_size that is no record's. A null ticket is 1281.
+ * The same with the full record.
+ *
+ * ticket, profile, password       as above; a null ticket is 1281
+ * certificate, certificateLength  a further buffer and capacity for the signer's certificate, or null
+ * info                            the record; required. Texts come in its code page
+ *
+ * Codes as above; 3 for every buffer but the user's, and 9 also for a null record, for a struct_size that is no
+ * record's (then nothing is written) and for a code page that is not known.
  */
 QUORVANTI_API int32_t VorakEvalLogonTicketEx(const char* ticket, const char* profile, const char* password,
                                              uint8_t* certificate, uint32_t* certificateLength, TICKET_INFO* info);
 
 /*
- * Evaluates an assertion ticket, which must be addressed to ownSystemId (up to eight characters) and ownClient (three);
- * null takes the properties KAV_OWN_SYSID and KAV_OWN_CLIENT. Codes as above; 23 also for a ticket without recipient or
- * without the flag of an assertion ticket.
+ * Evaluates an assertion ticket, which must be addressed to us.
+ *
+ * ticket, profile, password, info  as above
+ * ownSystemId, ownClient           who we are: up to 8 and 3 bytes, trailing blanks do not count. Null takes the
+ *                                  properties KAV_OWN_SYSID and KAV_OWN_CLIENT
+ *
+ * Codes as above; 23 also for a ticket without recipient, without the flag of an assertion ticket, and for an own
+ * identity that is empty.
  */
 QUORVANTI_API int32_t VorakEvalAssertionTicket(const char* ticket, const char* profile, const char* password,
                                                const char* ownSystemId, const char* ownClient, TICKET_INFO* info);
 
-/* Evaluates a logon ticket of a given length with the key that VorakLoadTicketKey loaded. Codes as above. */
+/*
+ * Evaluates a logon ticket with the key that VorakLoadTicketKey loaded.
+ *
+ * ticket, ticketLength  the ticket text and its length in bytes, up to 4095; it needs no terminator
+ * info                  the record; required
+ *
+ * Codes as those of VorakEvalLogonTicketEx.
+ */
 QUORVANTI_API int32_t VorakEvalTicket(const char* ticket, uint32_t ticketLength, TICKET_INFO* info);
 
 /* --- Keys and certificates --------------------------------------------------------------------------------------- */
@@ -197,13 +268,16 @@ QUORVANTI_API int32_t VorakEvalTicket(const char* ticket, uint32_t ticketLength,
  * name no profile use it (types 0, 1 and 4), tokens without a key use its bytes (types 1 to 4). A load that fails
  * leaves no key at all, not the one before.
  *
- * content, contentLength  the key; an HMAC key of 8192 bytes or more, and base64 text of that length, loads as no key
+ * content, contentLength  the key and its length in bytes; it is copied. An HMAC key of 8192 bytes or more, and base64
+ *                         text of that length, loads as no key
  * password                of the key store, up to 511 characters, or null
  * reserved                not read
  *
  * 0 success; 9 not initialized, unknown type, or the key store cannot be loaded; 11 no key store could be made in
  * memory; 13 the crypto library lacks a function; 14 the certificate cannot be decoded or stored; 15 no content; or the
  * code with which the crypto library closed the key store.
+ *
+ * Threads: the key is replaced while no evaluation uses it; each evaluation sees the one or the other, whole.
  */
 QUORVANTI_API int32_t VorakLoadTicketKey(const uint8_t* content, int32_t contentLength, const char* password,
                                          int32_t reserved, uint32_t keyType);
@@ -211,13 +285,15 @@ QUORVANTI_API int32_t VorakLoadTicketKey(const uint8_t* content, int32_t content
 /*
  * One attribute of a certificate as text.
  *
- * certificate, certificateLength  DER
- * attribute   a name that begins with SUBJECT, ISSUER, SERIALNO, SUMMARY or SERIAL, or any other that the crypto
- * library knows (the bundled one: VALIDITY, FINGERPRINT, ALGID, ALL) out, outLength  buffer and its capacity; on return
- * the text's length, also when the buffer was too small. No terminator is written.
+ * certificate, certificateLength  DER, and its length in bytes
+ * attribute                       a name that begins with SUBJECT, ISSUER, SERIALNO, SUMMARY or SERIAL, or any other
+ *                                 that the crypto library knows (the bundled one: VALIDITY, FINGERPRINT, ALGID, ALL)
+ * out, outLength                  buffer and its capacity in bytes, both required; on return the text's length, also
+ *                                 when the buffer was too small. No terminator is written
  *
- * 0 success; 3 the buffer is too small; 5 missing argument; 9 not initialized; 13 the crypto library lacks a function;
- * 17 the certificate or the attribute cannot be read. On failure but 3 *outLength is 0.
+ * 0 success; 3 the buffer is too small, nothing is written to it; 5 missing argument; 9 not initialized; 11 out of
+ * memory; 13 the crypto library lacks a function; 17 the certificate or the attribute cannot be read. On failure but 3
+ * *outLength is 0.
  */
 QUORVANTI_API int32_t VorakParseCertificate(const uint8_t* certificate, uint32_t certificateLength,
                                             const char* attribute, uint8_t* out, int32_t* outLength);
@@ -291,20 +367,25 @@ typedef struct TicketUnit {
     TicketBlock block;
 } TicketUnit;
 
-/* As VorakInitialize. */
+/* As VorakInitialize, codes and threads too. */
 QUORVANTI_API int32_t TcktInitialize(const char* cryptoLibrary);
 /*
  * Names the key store that TcktVerify verifies against (without a password), then as VorakInitialize. A null key store
- * clears the name. A name of 4096 characters or more is refused with 9 rather than cut, and nothing is changed. Loading
- * a ticket key replaces the name, VorakShutdown and TcktShutdown clear it.
+ * clears the name. A name of 4096 bytes or more is refused with 9 rather than cut, and nothing is changed. Loading a
+ * ticket key replaces the name, VorakShutdown and TcktShutdown clear it.
+ *
+ * Codes as VorakInitialize.
  */
 QUORVANTI_API int32_t TcktInitializeEx(const char* cryptoLibrary, const char* keyStore);
 /* As VorakShutdown. */
 QUORVANTI_API int32_t TcktShutdown(void);
 
-/* A handle of kind 1 or 2 (no behaviour depends on which); null for any other kind or when memory runs out. */
+/*
+ * A handle of kind 1 or 2 (no behaviour depends on which), to be given to release_TICKET; null for any other kind or
+ * when memory runs out. Needs no initialization.
+ */
 QUORVANTI_API TICKET* new_TICKET(int32_t kind);
-/* Releases the handle and everything it handed out, and clears the reference. */
+/* Releases the handle and everything it handed out, and clears the reference. Null, or a null handle, does nothing. */
 QUORVANTI_API void release_TICKET(TICKET** ticket);
 
 /*

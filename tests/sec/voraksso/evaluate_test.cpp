@@ -137,6 +137,28 @@ TEST_F(Evaluate, SaysItsStepsInOrder) {
                                                "End of function VorakEvalLogonTicketEx."}));
 }
 
+TEST_F(Evaluate, NoTicketAndNoSecretIsWrittenBelowLevel3) {
+    const std::string text = ticket(everything());
+    const TraceCapture trace(2);
+    FullRecord accepted;
+    EXPECT_EQ(evaluate(text, accepted.info), VORAK_OK);
+    FixedClock::set(kNow + 9 * 3600);
+    FullRecord expired;
+    EXPECT_EQ(evaluate(text, expired.info), VORAK_TICKET_EXPIRED);
+    crypto->functions["SsfVerify"].result = 5;
+    for (const bool certificate : {true, false}) {
+        crypto->signers[0] = {"CN=Somebody", "who", 6, 22, std::nullopt};
+        if (certificate) {
+            crypto->signers[0].certificate = "certificate";
+        }
+        FullRecord refused;
+        EXPECT_EQ(evaluate(text, refused.info), 22 << 16 | 5);
+    }
+    EXPECT_EQ(withoutDumps(trace), trace.lines()) << "no dump";
+    EXPECT_FALSE(trace.contains(text.substr(0, 40)));
+    EXPECT_FALSE(trace.contains("secret"));
+}
+
 TEST_F(Evaluate, WithoutAProfileTheCachedKeyIsUsed) {
     const TraceCapture trace(3);
     ASSERT_EQ(VorakLoadTicketKey(reinterpret_cast<const std::uint8_t*>("image"), 5, "key-password", 0, VORAK_KEY_STORE),

@@ -281,6 +281,28 @@ TEST_F(Initialize, ThirtyTwoThreadsStartTheLibraryOnceAndLoseNoLine) {
     EXPECT_EQ(count("Initializing QUORVANTI Version"), 1);
 }
 
+TEST_F(Initialize, ShutdownsBesideTheFirstStartsEndWell) {
+    const CryptoDouble crypto;
+    const std::string library = crypto.path();
+    std::atomic<bool> go{false};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 8; ++i) {
+        threads.emplace_back([&, i] {
+            while (!go) {
+                std::this_thread::yield();
+            }
+            for (int round = 0; round < 25; ++round) {
+                EXPECT_EQ(i % 2 == 0 ? VorakShutdown() : VorakInitialize(library.c_str()), VORAK_OK);
+            }
+        });
+    }
+    go = true;
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(VorakInitialize(library.c_str()), VORAK_OK);
+}
+
 TEST_F(Initialize, EvaluationsBesideAShutdownEndWithACode) {
     const CryptoDouble crypto;
     ASSERT_EQ(VorakInitialize(crypto.path().c_str()), VORAK_OK);

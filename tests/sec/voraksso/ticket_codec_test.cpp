@@ -161,6 +161,15 @@ TEST(LocateSignature, RefusesSignedBytesThatCannotBe) {
                                         "*** ERROR => Invalid parser state. Processed bytes: 1  [ssoxxapi]"}));
 }
 
+TEST(LocateSignature, TakesUpTo4096SignedBytes) {
+    Bytes bytes(4200, 1);
+    bytes[4097] = 0;  // the signature's length: 1
+    SignedParts parts;
+    ASSERT_EQ(locateSignature(bytes, 4097, parts), VORAK_OK);
+    EXPECT_EQ(parts.content.size(), 4096u);
+    EXPECT_EQ(parts.signature.size(), 1u);
+}
+
 class WriteTicketTest : public EngineTest {
 protected:
     WriteTicketTest() {
@@ -255,6 +264,19 @@ TEST_F(WriteTicketTest, ATicketThatWouldExceed4096BytesIsRefused) {
     add(16, std::string(256, 'x'));
     EXPECT_EQ(write(8192), VORAK_BUFFER_TOO_SMALL);
     EXPECT_EQ(crypto.calls("SsfSign"), 1) << "units that do not fit are not signed";
+}
+
+TEST_F(WriteTicketTest, ATextOf4096CharactersIsWrittenAndNoneIsLonger) {
+    // 5 bytes of header, eleven units of 3 + 256, one of 3 + 203 and the signature of 3 + 9: 3072 bytes.
+    for (std::uint32_t id = 1; id < 12; ++id) {
+        add(id, std::string(256, 'x'));
+    }
+    add(12, std::string(203, 'x'));
+    ASSERT_EQ(write(8192), VORAK_OK);
+    EXPECT_EQ(length, 4096u);
+    EXPECT_EQ(text.substr(length), std::string(4096, '\0'));
+    crypto->signature = "signature+";
+    EXPECT_EQ(write(8192), VORAK_BUFFER_TOO_SMALL) << "whatever room the caller has";
 }
 
 TEST_F(WriteTicketTest, ASignatureThatDoesNotFitIsRefusedAndGivenBack) {

@@ -6,6 +6,7 @@
 #include "sec/voraksso/state.h"
 
 #include <cstdlib>
+#include <filesystem>
 #include <thread>
 
 namespace quorvanti {
@@ -122,6 +123,31 @@ TEST_F(PropertiesTest, TheTraceTargetIsTheStoredOneOrTheEnvironments) {
     EXPECT_EQ(get("KAV_EXT_TRC"), file);
     set("KAV_EXT_TRC", nullptr);
     EXPECT_EQ(get("KAV_EXT_TRC"), "from-environment");
+}
+
+std::string headerOf(const char* name, const char* level) {
+    const std::string rule(51, '-');
+    return "\n" + rule + "\ntrc file: \"" + name + "\", trc level: " + level + ", release: \"742\"\n" + rule + "\n";
+}
+
+TEST_F(PropertiesTest, ALevelAndThenATargetStartTheFileAtThatLevel) {
+    const TemporaryDirectory directory;
+    const std::string file = directory.file("sso.trc");
+    EXPECT_EQ(set("KAV_EXT_TRL", "2"), VORAK_OK);
+    EXPECT_EQ(set("KAV_EXT_TRC", file.c_str()), VORAK_OK);
+    EXPECT_EQ(readFile(file), headerOf("sso.trc", "2"));
+    set("KAV_EXT_TRC", nullptr);
+}
+
+TEST_F(PropertiesTest, ATargetAloneStartsTheFileAtMinusOneAndOnlyTheBannerFollows) {
+    const TemporaryDirectory directory;
+    const std::string file = directory.file("sso.trc");
+    EXPECT_EQ(set("KAV_EXT_TRC", file.c_str()), VORAK_OK);
+    EXPECT_EQ(set("NO_SUCH", "1"), VORAK_INVALID) << "an error line, at another level";
+    EXPECT_EQ(readFile(file), headerOf("sso.trc", "-1"));
+    TRACE(0, "banner\n");
+    EXPECT_TRUE(readFile(file).ends_with("] banner\n"));
+    set("KAV_EXT_TRC", nullptr);
 }
 
 TEST_F(PropertiesTest, TheCryptoLibraryIsKeptInTheEnvironment) {

@@ -6,9 +6,11 @@
 #include "bindings/com/failure.h"
 #include "bindings/com/vctickets.h"
 #include "bindings/method_trace.h"
+#include "sec/voraksso/properties.h"
 
 #include <array>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace quorvanti::com {
@@ -126,11 +128,11 @@ HRESULT VCTickets::GetProperty(BSTR name, BSTR* value) {
     return operation([&] {
         const MethodTrace trace("COM: GetProperty was called.\n", "COM: End of GetProperty.\n");
         BSTR& result = place(value);
-        const char* const text = QuorvantiGetProperty(Text(name, kAnyLength, Encoding::system).get());
-        if (text == nullptr) {
+        const std::optional<std::string> text = propertyText(Text(name, kAnyLength, Encoding::system).get());
+        if (!text) {
             throw Failure(resultOfEngine(VORAK_INVALID), "Get property failed");
         }
-        result = wide(text, Encoding::system).release();
+        result = wide(*text, Encoding::system).release();
     });
 }
 

@@ -231,6 +231,12 @@ std::array<char, 4> codePageProperty() {
     return codePage;
 }
 
+std::optional<std::string> propertyText(const char* name) {
+    const ThrCSGuard lock(libraryState().propertyLock);
+    const char* value = getProperty(name);
+    return value != nullptr ? std::optional<std::string>(value) : std::nullopt;
+}
+
 bool includeCertificateProperty() {
     return loadByte(libraryState().includeCertificate[0]) == '1';
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <optional>
 #include <string>
 
 namespace quorvanti {
@@ -12,6 +13,8 @@ std::string propertyCopy(const char* name);
 
 // KAV_EXT_CODEPAGE, filled up with zero bytes: what propertyCopy says, without looking for the name.
 std::array<char, 4> codePageProperty();
+// What the public getter answers, its trace lines included; none for null.
+std::optional<std::string> propertyText(const char* name);
 
 bool includeCertificateProperty();
 

@@ -4,11 +4,13 @@
 #include "bindings/certificate_infos.h"
 #include "bindings/java/native/java_call.h"
 #include "bindings/java/native/sso2ticket.h"
+#include "sec/voraksso/properties.h"
 
 #include <array>
 #include <cstdio>
 #include <iterator>
 #include <memory>
+#include <optional>
 #include <string>
 
 using namespace quorvanti;
@@ -38,9 +40,8 @@ JNIEXPORT jboolean JNICALL Java_com_vorak_sso_SSO2Ticket_init(JNIEnv* env, jclas
         if (call.pending()) {
             return JNI_FALSE;
         }
-        const char* given = library != nullptr ? argument.get() : QuorvantiGetProperty("SSF_LIB");
-        const std::string name = given != nullptr ? given : "";  // the property's text may change meanwhile
-        const char* chosen = given != nullptr ? name.c_str() : nullptr;
+        const std::optional<std::string> standard = library == nullptr ? propertyText("SSF_LIB") : std::nullopt;
+        const char* chosen = standard ? standard->c_str() : argument.get();
         const std::int32_t code = VorakInitialize(chosen);
         if (code != VORAK_OK) {
             raiseInitFailure(call, code, chosen);
@@ -65,8 +66,8 @@ JNIEXPORT jstring JNICALL Java_com_vorak_sso_SSO2Ticket_getProperty(JNIEnv* env,
         if (call.pending()) {
             return nullptr;
         }
-        const char* value = QuorvantiGetProperty(argument.get());
-        return value == nullptr ? nullptr : call.string(value);
+        const std::optional<std::string> value = propertyText(argument.get());  // others may set it meanwhile
+        return value ? call.string(*value) : nullptr;
     });
 }
 

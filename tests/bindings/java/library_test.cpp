@@ -2,6 +2,9 @@
 #include "krn/thr/thr_platform.h"
 #include "tests/bindings/java/natives_fixture.h"
 
+#include <atomic>
+#include <thread>
+
 using namespace quorvanti::test;
 using testing::ElementsAre;
 
@@ -84,6 +87,27 @@ TEST_P(LibraryMethods, PropertiesAreSetAndRead) {
     EXPECT_EQ(get(u"KAV_OWN_SYSID"), u"SYS");
     EXPECT_EQ(get(u"KAV_EXT_TRC"), u"(null)");
     EXPECT_THAT(FakeJni::ascii(jni_.string(get(std::nullopt))), testing::HasSubstr("KAV_EXT_TRL"));
+}
+
+TEST_P(LibraryMethods, APropertyIsReadWholeWhileAnotherThreadSetsIt) {
+    ASSERT_TRUE(set(u"SSF_HASH", std::u16string(19, u'0')));
+    std::atomic<bool> done{false};
+    std::thread setter([&] {
+        FakeJni jni;
+        for (char16_t letter = u'A'; !done; letter = letter == u'Z' ? u'A' : static_cast<char16_t>(letter + 1)) {
+            natives_.setProperty(jni.env(), nullptr, jni.string(u"SSF_HASH"), jni.string(std::u16string(19, letter)));
+            jni.collect();
+        }
+    });
+    int torn = 0;
+    for (int round = 0; round < 2000; ++round) {
+        const std::u16string value = get(u"SSF_HASH");
+        torn += value != std::u16string(19, value.front());
+        jni_.collect();
+    }
+    done = true;
+    setter.join();
+    EXPECT_EQ(torn, 0);
 }
 
 TEST_P(LibraryMethods, AnUnknownPropertyIsNullAndCannotBeSet) {

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <type_traits>
 
-#include "krn/rscp/utf_ascii.h"
+#include "krn/rscp/utf_steps.h"
 #include "krn/rscp/utf_tables.h"
 
 namespace quorvanti {
@@ -49,9 +49,6 @@ void store(std::uint8_t* to, Unit unit) {
     std::memcpy(to, &stored, sizeof stored);
 }
 
-// So many ASCII characters in a row make it worth trying to take the next ones together.
-constexpr std::ptrdiff_t kRow = 8;
-
 // What became of one character: how far both positions move, and the refusal that ends the conversion, if any.
 struct Step {
     const Refusal* refusal;
@@ -63,97 +60,115 @@ constexpr Step stop(const Refusal& refusal, std::size_t consumed = 0) {
     return {&refusal, consumed, 0};
 }
 
+// So many bytes are taken character by character before the next block is tried: where no block could be taken, and
+// where long characters follow one another.
+constexpr std::ptrdiff_t kOneByOne = 16;
+constexpr std::ptrdiff_t kLongCharacters = 48;
+// So few bytes are converted before a block is prepared.
+constexpr std::ptrdiff_t kSmallestBlock = 5;
+
 template <std::size_t number>
 using Constant = std::integral_constant<std::size_t, number>;
 
-struct Substitution {
-    const std::uint8_t* unit;
-    std::uint32_t* counter;
-};
+// The loop of all members. Positions live in local variables: they stay in registers, although bytes are written in
+// between.
+template <class Direction>
+std::int32_t convert(const Direction& direction, const std::uint8_t*& source, const std::uint8_t* sourceEnd,
+                     std::uint8_t*& destination, const std::uint8_t* end, const char* module) {
+    const std::uint8_t* const begin = source;
+    const std::uint8_t* from = source;
+    std::uint8_t* to = destination;
+    const std::uint8_t* nextBlock = from;
+    bool ascii = true;
+    const Refusal* refusal = nullptr;
+    while (from < sourceEnd) {
+        if (from >= nextBlock && sourceEnd - from >= kSmallestBlock) {
+            BlockStep step = ascii ? Direction::ascii(from, sourceEnd, to, end) : BlockStep{};
+            if (step.consumed == 0) {
+                step = Direction::block(begin, from, sourceEnd, to, end);
+                ascii = step.consumed * Direction::kTo == step.produced * Direction::kFrom;
+            }
+            if (step.consumed != 0) {
+                from += step.consumed;
+                to += step.produced;
+                // Long characters in a row are read faster one by one: what follows them can be foreseen.
+                if (4 * step.consumed * Direction::kTo > 11 * step.produced * Direction::kFrom) {
+                    nextBlock = from + std::min(sourceEnd - from, kLongCharacters);
+                }
+                continue;
+            }
+            nextBlock = from + std::min(sourceEnd - from, kOneByOne);
+        }
+        const Step step = direction.character(from, sourceEnd, to, end);
+        from += step.consumed;
+        to += step.produced;
+        if (step.refusal != nullptr) {
+            refusal = step.refusal;
+            break;
+        }
+    }
+    source = from;
+    destination = to;
+    return refusal == nullptr ? 0 : report(*refusal, module);
+}
 
-// Positions live in local variables of the loops: they stay in registers, although bytes are written in between.
 template <WideForm form, ByteOrder order, ControlCodes controls>
-struct Decoder {
+class Decoder {
     using Unit = typename Wide<form>::Unit;
-    static constexpr std::ptrdiff_t kUnit = sizeof(Unit);
+
+public:
+    static constexpr std::ptrdiff_t kFrom = 1;
+    static constexpr std::ptrdiff_t kTo = sizeof(Unit);
 
     static std::int32_t run(const std::uint8_t*& source, const std::uint8_t* sourceEnd, std::uint8_t*& destination,
                             std::uint8_t* destinationEnd, const void* substitute, std::uint32_t* substituted) {
         // Half a unit at the end of the destination is no room.
-        const std::uint8_t* const end = destinationEnd - (destinationEnd - destination) % kUnit;
-        const Substitution substitution{static_cast<const std::uint8_t*>(substitute), substituted};
-        const std::uint8_t* from = source;
-        std::uint8_t* to = destination;
-        const Refusal* refusal = nullptr;
-        std::ptrdiff_t asciiInARow = kRow;
-        while (from < sourceEnd) {
-            if (asciiInARow >= kRow) {
-                asciiInARow = 0;
-                if (const std::ptrdiff_t count = asciiRun(from, sourceEnd, to, end)) {
-                    from += count;
-                    to += count * kUnit;
-                    continue;
-                }
-            }
-            const std::size_t followUps = kLeadBytes<controls>[*from];
-            if (to >= end) {
-                refusal = &kDestinationOverflow;
-                break;
-            }
-            if (followUps == 0) {
-                store<order>(to, static_cast<Unit>(*from));
-                ++from;
-                to += kUnit;
-                ++asciiInARow;
-                continue;
-            }
-            asciiInARow = 0;
-            const Step step = character(followUps, from, sourceEnd, to, end, substitution);
-            from += step.consumed;
-            to += step.produced;
-            if (step.refusal != nullptr) {
-                refusal = step.refusal;
-                break;
-            }
+        const std::uint8_t* const end = destinationEnd - (destinationEnd - destination) % kTo;
+        const Decoder decoder(static_cast<const std::uint8_t*>(substitute), substituted);
+        return convert(decoder, source, sourceEnd, destination, end, Wide<form>::kModules[order == ByteOrder::swapped]);
+    }
+
+    static BlockStep ascii(const std::uint8_t* from, const std::uint8_t* sourceEnd, std::uint8_t* to,
+                           const std::uint8_t* end) {
+        const std::ptrdiff_t most = std::min(sourceEnd - from, (end - to) / kTo);
+        std::ptrdiff_t count = 0;
+        while (most - count >= 16 && widenAscii<form, order, controls>(from + count, to + count * kTo)) {
+            count += 16;
         }
-        source = from;
-        destination = to;
-        return refusal == nullptr ? 0 : report(*refusal, Wide<form>::kModules[order == ByteOrder::swapped]);
+        return {count, count * kTo};
+    }
+
+    static BlockStep block(const std::uint8_t* begin, const std::uint8_t* from, const std::uint8_t* sourceEnd,
+                           std::uint8_t* to, const std::uint8_t* end) {
+        return BlockDecoder<form, order, controls>::decode(begin, from, sourceEnd, to, end);
+    }
+
+    Step character(const std::uint8_t* from, const std::uint8_t* sourceEnd, std::uint8_t* to,
+                   const std::uint8_t* end) const {
+        const std::size_t followUps = kLeadBytes<controls>[*from];
+        if (to >= end) {
+            return stop(kDestinationOverflow);
+        }
+        if (followUps == 0) {
+            store<order>(to, static_cast<Unit>(*from));
+            return {nullptr, 1, kTo};
+        }
+        if (followUps == 2) {  // the frequent length, read without a loop
+            return sequence(Constant<2>{}, from, sourceEnd, to, end);
+        }
+        if (followUps > kMostFollowUps) {
+            return refuse(followUps == kControlCode ? kControlNotHere : kIllegalStartByte, 1, to);
+        }
+        return sequence(followUps, from, sourceEnd, to, end);
     }
 
 private:
-    // Converts what is plain ASCII in steps of sixteen, then eight; returns the number of characters.
-    static std::ptrdiff_t asciiRun(const std::uint8_t* from, const std::uint8_t* sourceEnd, std::uint8_t* to,
-                                   const std::uint8_t* end) {
-        const std::ptrdiff_t most = std::min(sourceEnd - from, (end - to) / kUnit);
-        std::ptrdiff_t count = 0;
-        while (most - count >= 16 && widenAscii<form, order, controls, 16>(from + count, to + count * kUnit)) {
-            count += 16;
-        }
-        if (most - count >= 8 && widenAscii<form, order, controls, 8>(from + count, to + count * kUnit)) {
-            count += 8;
-        }
-        return count;
-    }
-
-    // The frequent lengths are told apart here, so that their sequences are read without a loop.
-    static Step character(std::size_t followUps, const std::uint8_t* from, const std::uint8_t* sourceEnd,
-                          std::uint8_t* to, const std::uint8_t* end, const Substitution& substitution) {
-        if (followUps == 2) {
-            return sequence(Constant<2>{}, from, sourceEnd, to, end, substitution);
-        }
-        if (followUps == 1) {
-            return sequence(Constant<1>{}, from, sourceEnd, to, end, substitution);
-        }
-        if (followUps > kMostFollowUps) {
-            return refuse(followUps == kControlCode ? kControlNotHere : kIllegalStartByte, 1, to, substitution);
-        }
-        return sequence(followUps, from, sourceEnd, to, end, substitution);
-    }
+    Decoder(const std::uint8_t* substitute, std::uint32_t* substituted)
+        : substitute_(substitute), substituted_(substituted) {}
 
     template <class Count>
-    static Step sequence(Count followUps, const std::uint8_t* from, const std::uint8_t* sourceEnd, std::uint8_t* to,
-                         const std::uint8_t* end, const Substitution& substitution) {
+    Step sequence(Count followUps, const std::uint8_t* from, const std::uint8_t* sourceEnd, std::uint8_t* to,
+                  const std::uint8_t* end) const {
         const std::size_t length = followUps + 1;
         if (sourceEnd - from < static_cast<std::ptrdiff_t>(length)) {
             return stop(kExhausted);
@@ -168,122 +183,91 @@ private:
         }
         value -= kOffsets[followUps];
         if (all == 0 || any != 0xBF) {
-            return refuse(kIllegalFollowUp, length, to, substitution);
+            return refuse(kIllegalFollowUp, length, to);
         }
         if (value < kSmallest[followUps]) {
-            return refuse(kOverlong, length, to, substitution);
+            return refuse(kOverlong, length, to);
         }
-        // What two and three bytes can hold fits every form; saying so takes the tests out of the frequent lengths.
         if (followUps > 2 && value > Wide<form>::kLargest) {
-            return refuse(Wide<form>::kBeyond, length, to, substitution);
+            return refuse(Wide<form>::kBeyond, length, to);
         }
         // U+0080 is deliberately let through although the encoders refuse it; texts that hold it stay readable.
         if (controls == ControlCodes::refused && followUps == 1 && value > 0x80 && value < 0xA0) {
-            return refuse(kControlNotHere, length, to, substitution);
+            return refuse(kControlNotHere, length, to);
         }
         if (form == WideForm::utf16 && followUps > 2 && value > 0xFFFF) {
-            if (to + kUnit >= end) {
+            if (to + kTo >= end) {
                 return stop(kDestinationOverflow);
             }
             store<order>(to, static_cast<Unit>(((value - 0x10000) >> 10) + 0xD800));
-            store<order>(to + kUnit, static_cast<Unit>((value & 0x3FF) + 0xDC00));
-            return {nullptr, length, 2 * kUnit};
+            store<order>(to + kTo, static_cast<Unit>((value & 0x3FF) + 0xDC00));
+            return {nullptr, length, 2 * kTo};
         }
         store<order>(to, static_cast<Unit>(value));
-        return {nullptr, length, kUnit};
+        return {nullptr, length, kTo};
     }
 
     // Substitutes, or stops at the place that belongs to the refusal.
-    static Step refuse(const Refusal& refusal, std::size_t length, std::uint8_t* to, const Substitution& substitution) {
-        if (substitution.unit == nullptr) {
+    Step refuse(const Refusal& refusal, std::size_t length, std::uint8_t* to) const {
+        if (substitute_ == nullptr) {
             return stop(refusal, refusal.stop == StopAt::lastByte ? length - 1 : 0);
         }
-        store<order>(to, load<ByteOrder::native, Unit>(substitution.unit));
-        if (substitution.counter != nullptr) {
-            ++*substitution.counter;
+        store<order>(to, load<ByteOrder::native, Unit>(substitute_));
+        if (substituted_ != nullptr) {
+            ++*substituted_;
         }
-        return {nullptr, refusal.resume == ResumeAfter::sequence ? length : 1, kUnit};
+        return {nullptr, refusal.resume == ResumeAfter::sequence ? length : 1, kTo};
     }
+
+    const std::uint8_t* substitute_;
+    std::uint32_t* substituted_;
 };
 
 template <WideForm form, ByteOrder order, ControlCodes controls>
-struct Encoder {
+class Encoder {
     using Unit = typename Wide<form>::Unit;
-    static constexpr std::ptrdiff_t kUnit = sizeof(Unit);
+
+public:
+    static constexpr std::ptrdiff_t kFrom = sizeof(Unit);
+    static constexpr std::ptrdiff_t kTo = 1;
 
     static std::int32_t run(const std::uint8_t*& source, const std::uint8_t* sourceEnd, std::uint8_t*& destination,
                             std::uint8_t* destinationEnd) {
-        const std::uint8_t* from = source;
-        std::uint8_t* to = destination;
-        const Refusal* refusal = nullptr;
-        std::ptrdiff_t asciiInARow = kRow;
-        while (from < sourceEnd) {
-            if (asciiInARow >= kRow) {
-                asciiInARow = 0;
-                if (const std::ptrdiff_t count = asciiRun(from, sourceEnd, to, destinationEnd)) {
-                    from += count * kUnit;
-                    to += count;
-                    continue;
-                }
-            }
-            // Half a unit at the end of the source is a character cut short.
-            if (sourceEnd - from < kUnit) {
-                refusal = &kExhausted;
-                break;
-            }
-            const std::uint32_t value = load<order, Unit>(from);
-            if (value < 0x7F && to < destinationEnd && (controls == ControlCodes::allowed || value >= 0x20)) {
-                *to++ = static_cast<std::uint8_t>(value);
-                from += kUnit;
-                ++asciiInARow;
-                continue;
-            }
-            asciiInARow = 0;
-            const Step step = character(value, from, sourceEnd, to, destinationEnd);
-            from += step.consumed;
-            to += step.produced;
-            if (step.refusal != nullptr) {
-                refusal = step.refusal;
-                break;
-            }
-        }
-        source = from;
-        destination = to;
-        return refusal == nullptr ? 0 : report(*refusal, Wide<form>::kModules[order == ByteOrder::swapped]);
+        return convert(Encoder(), source, sourceEnd, destination, destinationEnd,
+                       Wide<form>::kModules[order == ByteOrder::swapped]);
     }
 
-private:
-    static std::ptrdiff_t asciiRun(const std::uint8_t* from, const std::uint8_t* sourceEnd, std::uint8_t* to,
-                                   const std::uint8_t* end) {
-        const std::ptrdiff_t most = std::min((sourceEnd - from) / kUnit, end - to);
+    static BlockStep ascii(const std::uint8_t* from, const std::uint8_t* sourceEnd, std::uint8_t* to,
+                           const std::uint8_t* end) {
+        const std::ptrdiff_t most = std::min((sourceEnd - from) / kFrom, end - to);
         std::ptrdiff_t count = 0;
-        while (most - count >= 16 && narrowAscii<form, order, controls, 16>(from + count * kUnit, to + count)) {
+        while (most - count >= 16 && narrowAscii<form, order, controls>(from + count * kFrom, to + count)) {
             count += 16;
         }
-        if (most - count >= 8 && narrowAscii<form, order, controls, 8>(from + count * kUnit, to + count)) {
-            count += 8;
-        }
-        return count;
+        return {count * kFrom, count};
     }
 
-    static Step character(std::uint32_t value, const std::uint8_t* from, const std::uint8_t* sourceEnd,
-                          std::uint8_t* to, const std::uint8_t* end) {
-        std::size_t consumed = kUnit;
+    static BlockStep block(const std::uint8_t* begin, const std::uint8_t* from, const std::uint8_t* sourceEnd,
+                           std::uint8_t* to, const std::uint8_t* end) {
+        return BlockEncoder<form, order, controls>::encode(begin, from, sourceEnd, to, end);
+    }
+
+    static Step character(const std::uint8_t* from, const std::uint8_t* sourceEnd, std::uint8_t* to,
+                          const std::uint8_t* end) {
+        // Half a unit at the end of the source is a character cut short.
+        if (sourceEnd - from < kFrom) {
+            return stop(kExhausted);
+        }
+        std::uint32_t value = load<order, Unit>(from);
+        std::size_t consumed = kFrom;
         if (form == WideForm::utf16 && value >= 0xD800 && value <= 0xDFFF) {
             if (const Refusal* refusal = pair(value, from, sourceEnd)) {
                 return stop(*refusal);
             }
-            consumed = 2 * kUnit;
+            consumed = 2 * kFrom;
         }
         if (controls == ControlCodes::refused && (value < 0x20 || (value >= 0x7F && value <= 0x9F))) {
             return stop(kControlNotAllowed);
-        }
-        // The frequent lengths are told apart here, so that their sequences are written without a loop.
-        if (value >= 0x800 && value < 0x10000) {
-            return write(Constant<3>{}, value, consumed, to, end);
-        }
-        if (value >= 0x80 && value < 0x800) {
-            return write(Constant<2>{}, value, consumed, to, end);
         }
         std::size_t length = kLengths[static_cast<std::size_t>(std::bit_width(value))];
         if (length == kTooLong) {
@@ -293,18 +277,23 @@ private:
             value = kReplacement;
             length = kReplacementLength;
         }
-        return write(length, value, consumed, to, end);
+        if (end - to < static_cast<std::ptrdiff_t>(length)) {
+            return stop(kDestinationOverflow);
+        }
+        write(value, length, to);
+        return {nullptr, consumed, length};
     }
 
+private:
     // `value` is the first surrogate and becomes the character of the pair.
     static const Refusal* pair(std::uint32_t& value, const std::uint8_t* from, const std::uint8_t* sourceEnd) {
         if (value >= 0xDC00) {
             return &kLowInMiddle;
         }
-        if (sourceEnd - from < 2 * kUnit) {
+        if (sourceEnd - from < 2 * kFrom) {
             return &kHalfAtEnd;
         }
-        const std::uint32_t low = load<order, Unit>(from + kUnit);
+        const std::uint32_t low = load<order, Unit>(from + kFrom);
         if (low < 0xDC00 || low > 0xDFFF) {
             return &kHalfInMiddle;
         }
@@ -312,18 +301,12 @@ private:
         return nullptr;
     }
 
-    template <class Length>
-    static Step write(Length length, std::uint32_t value, std::size_t consumed, std::uint8_t* to,
-                      const std::uint8_t* end) {
-        if (end - to < static_cast<std::ptrdiff_t>(length)) {
-            return stop(kDestinationOverflow);
-        }
+    static void write(std::uint32_t value, std::size_t length, std::uint8_t* to) {
         for (std::size_t i = length - 1; i > 0; --i) {
             to[i] = static_cast<std::uint8_t>(0x80 | (value & 0x3F));
             value >>= 6;
         }
         to[0] = static_cast<std::uint8_t>(kMarks[length] | value);
-        return {nullptr, consumed, length};
     }
 };
 

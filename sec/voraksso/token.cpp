@@ -73,6 +73,7 @@ std::int32_t evaluateToken(const TokenRequest& request) {
         writeText(request.result, "Missing input buffer pointer for JWT payload.");
         return VORAK_MISSING_ARGUMENT;
     }
+    writeText(request.result, "");  // an engine that a shutdown has just released writes none
     const std::int32_t code = runEngine(request);
     if (code == VORAK_OK) {
         return VORAK_OK;

@@ -52,6 +52,16 @@ TEST_F(Token, IsRefusedWithFiveAndItsDetailInTextAndTrace) {
                             "*** ERROR => VorakEvalJWToken returns 5. [ssoxxext]"));
 }
 
+TEST_F(Token, ThatAShutdownOvertakesIsRefusedAndNothingOfTheCallersTextIsTraced) {
+    JwtRelease();
+    TraceCapture trace(1);
+    Evaluation evaluation;
+    EXPECT_EQ(call(token_, "secret", nullptr, &evaluation.result), VORAK_MALFORMED);
+    EXPECT_STREQ(evaluation.result.errorText, "");
+    EXPECT_THAT(trace.lines(), ElementsAre("*** ERROR => Error from JwtEvalToken (rc=10):  [ssoxxext]",
+                                           "*** ERROR => VorakEvalJWToken returns 5. [ssoxxext]"));
+}
+
 TEST_F(Token, IsTracedFromEntryToExit) {
     TraceCapture trace(3);
     Evaluation evaluation;

@@ -235,7 +235,7 @@ QUORVANTI_API int32_t VorakEvalLogonTicketEx(const char* ticket, const char* pro
  * Evaluates an assertion ticket, which must be addressed to us.
  *
  * ticket, profile, password, info  as above
- * ownSystemId, ownClient           who we are: up to 8 and 3 bytes, trailing blanks do not count. Null takes the
+ * ownSystemId, ownClient           who we are: the first 8 and 3 bytes count, trailing blanks do not. Null takes the
  *                                  properties KAV_OWN_SYSID and KAV_OWN_CLIENT
  *
  * Codes as above; 23 also for a ticket without recipient, without the flag of an assertion ticket, and for an own

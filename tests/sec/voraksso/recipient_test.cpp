@@ -121,10 +121,14 @@ TEST_F(Recipient, TrailingBlanksDoNotCount) {
     EXPECT_EQ(assertion(to("SYS  ", "0"), "SYS ", "0  "), VORAK_OK);
 }
 
-TEST_F(Recipient, ANameThatIsLongerThanItsFieldNeverMatches) {
+TEST_F(Recipient, OnlyTheWidthOfTheFieldIsLookedAtInOurOwnName) {
+    EXPECT_EQ(assertion(to("SYSTEM12", "000"), "SYSTEM123", "0001"), VORAK_OK);
+    EXPECT_EQ(assertion(to("SYSTEM1", "000"), "SYSTEM123", "000"), VORAK_NOT_FOR_US);
+}
+
+TEST_F(Recipient, ANameInATicketThatIsLongerThanItsFieldNeverMatches) {
     EXPECT_EQ(assertion(to("SYSTEM123", "000"), "SYSTEM12", "000"), VORAK_NOT_FOR_US);
     EXPECT_EQ(assertion(to("SYSTEM123", "000"), "SYSTEM123", "000"), VORAK_NOT_FOR_US);
-    EXPECT_EQ(assertion(to("SYSTEM12", "000"), "SYSTEM123", "000"), VORAK_NOT_FOR_US);
     EXPECT_EQ(assertion(to("SYS", "0000"), "SYS", "000"), VORAK_NOT_FOR_US);
     EXPECT_EQ(assertion(to(std::string(256, 'S'), "000"), "SSSSSSSS", "000"), VORAK_NOT_FOR_US);
 }

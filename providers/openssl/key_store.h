@@ -11,6 +11,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "providers/openssl/key_contexts.h"
 #include "providers/openssl/openssl_context.h"
 #include "providers/openssl/trusted_certificate.h"
 
@@ -38,6 +39,7 @@ struct KeyStore {
 
     std::string profile;
     EvpPkeyPtr ownKey;                                         // null: verifies only
+    mutable KeyContexts signing;                               // of ownKey
     const TrustedCertificate* own = nullptr;                   // certificate of ownKey, one of `trusted`
     std::vector<std::unique_ptr<TrustedCertificate>> trusted;  // the own one included, in the order of the key store
     SignerIndex bySignerName;

@@ -66,18 +66,27 @@ DerBytes signedAttributes(Bytes contentDigest, std::int64_t time) {
                                attribute(NID_pkcs9_messageDigest, derElement(der::octetString, {contentDigest}))});
 }
 
-// The bare signature over a digest.
-DerBytes signDigest(EVP_PKEY* key, KeyType type, Digest digest, Bytes hash) {
-    const RandomUseGuard randomUse;
-    const EvpPkeyCtxPtr context(EVP_PKEY_CTX_new_from_pkey(libraryContext(), key, nullptr));
+EvpPkeyCtxPtr prepare(EVP_PKEY* key, KeyType type, Digest digest) {
+    EvpPkeyCtxPtr context(EVP_PKEY_CTX_new_from_pkey(libraryContext(), key, nullptr));
     if (context == nullptr || EVP_PKEY_sign_init(context.get()) != 1 ||
         (type == KeyType::rsa && EVP_PKEY_CTX_set_rsa_padding(context.get(), RSA_PKCS1_PADDING) != 1) ||
         EVP_PKEY_CTX_set_signature_md(context.get(), digestMethod(digest)) != 1)
-        return {};
+        return nullptr;
+    return context;
+}
+
+// The bare signature over a digest.
+DerBytes signDigest(const KeyStore& store, Digest digest, Bytes hash) {
+    const RandomUseGuard randomUse;
+    EVP_PKEY* key = store.ownKey.get();
+    EvpPkeyCtxPtr context = store.signing.take(digest);
+    if (context == nullptr)
+        context = prepare(key, store.own->key->type(), digest);
     DerBytes signature(static_cast<std::size_t>(EVP_PKEY_get_size(key)));
     std::size_t length = signature.size();
-    if (EVP_PKEY_sign(context.get(), signature.data(), &length, hash.data(), hash.size()) != 1)
+    if (context == nullptr || EVP_PKEY_sign(context.get(), signature.data(), &length, hash.data(), hash.size()) != 1)
         return {};
+    store.signing.give(digest, std::move(context));
     signature.resize(length);
     return signature;
 }
@@ -106,7 +115,7 @@ std::vector<std::uint8_t> signContent(const KeyStore& store, std::span<const std
     const auto algorithm = signatureAlgorithm(type, options.digest);
     if (!algorithm || !digestOf(options.digest, attributes, attributesDigest))
         return {};
-    const DerBytes signature = signDigest(store.ownKey.get(), type, options.digest, attributesDigest.view());
+    const DerBytes signature = signDigest(store, options.digest, attributesDigest.view());
     if (signature.empty())
         return {};
 

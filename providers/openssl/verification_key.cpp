@@ -2,10 +2,7 @@
 
 #include <openssl/rsa.h>
 
-#include <array>
 #include <utility>
-
-#include "providers/openssl/idle_pool.h"
 
 namespace quorvanti::provider {
 namespace {
@@ -59,26 +56,11 @@ bool keyTooShort(EVP_PKEY* key) {
     return type != KeyType::other && EVP_PKEY_get_bits(key) < shortestKeyBits(type);
 }
 
-// Prepared contexts for each digest.
-struct VerificationKey::Contexts {
-    static constexpr std::size_t kept = 4;
-
-    std::array<IdlePool<EvpPkeyCtxPtr, kept>, digestCount> idle;
-
-    Contexts() = default;
-    ~Contexts() {
-        for (auto& pool : idle)
-            pool.clear();
-    }
-    Contexts(const Contexts&) = delete;
-    Contexts& operator=(const Contexts&) = delete;
-};
-
 VerificationKey::VerificationKey(EvpPkeyPtr key)
     : key_(std::move(key)),
       type_(typeOf(key_.get())),
       bits_(EVP_PKEY_get_bits(key_.get())),
-      contexts_(std::make_unique<Contexts>()) {}
+      contexts_(std::make_unique<KeyContexts>()) {}
 
 VerificationKey::~VerificationKey() = default;
 
@@ -86,15 +68,14 @@ bool VerificationKey::verify(Digest digest, std::span<const std::uint8_t> hash,
                              std::span<const std::uint8_t> signature) const {
     if (type_ == KeyType::other)
         return false;
-    auto& idle = contexts_->idle[static_cast<std::size_t>(digest)];
-    EvpPkeyCtxPtr context = idle.take();
+    EvpPkeyCtxPtr context = contexts_->take(digest);
     if (context == nullptr)
         context = prepare(key_.get(), type_, digest);
     if (context == nullptr)
         return false;
     const bool right =
         EVP_PKEY_verify(context.get(), signature.data(), signature.size(), hash.data(), hash.size()) == 1;
-    idle.give(std::move(context));
+    contexts_->give(digest, std::move(context));
     return right;
 }
 

@@ -6,6 +6,7 @@
 #include <span>
 
 #include "providers/openssl/digests.h"
+#include "providers/openssl/key_contexts.h"
 #include "providers/openssl/openssl_context.h"
 
 namespace quorvanti::provider {
@@ -34,12 +35,10 @@ public:
     bool verify(Digest digest, std::span<const std::uint8_t> hash, std::span<const std::uint8_t> signature) const;
 
 private:
-    struct Contexts;
-
     EvpPkeyPtr key_;
     KeyType type_;
     int bits_;
-    std::unique_ptr<Contexts> contexts_;
+    std::unique_ptr<KeyContexts> contexts_;
 };
 
 }  // namespace quorvanti::provider

@@ -136,14 +136,17 @@ std::int32_t EncodeB64(std::span<std::uint8_t> buffer, std::uint32_t count, std:
     std::size_t read = buffer.size() - count;
     std::memmove(buffer.data() + read, buffer.data(), count);
     std::size_t written = 0;
-    while (read < buffer.size()) {
-        const std::size_t group = std::min<std::size_t>(3, buffer.size() - read);
-        const std::uint32_t bits = static_cast<std::uint32_t>(buffer[read] << 16) |
-                                   static_cast<std::uint32_t>(group > 1 ? buffer[read + 1] << 8 : 0) |
-                                   static_cast<std::uint32_t>(group > 2 ? buffer[read + 2] : 0);
-        read += group;
+    for (; buffer.size() - read >= 3; read += 3) {
+        const auto bits = static_cast<std::uint32_t>(buffer[read] << 16 | buffer[read + 1] << 8 | buffer[read + 2]);
+        for (const int place : {18, 12, 6, 0}) {
+            buffer[written++] = static_cast<std::uint8_t>(kAlphabet[bits >> place & 0x3F]);
+        }
+    }
+    if (const std::size_t rest = buffer.size() - read; rest > 0) {
+        const auto bits = static_cast<std::uint32_t>(buffer[read] << 16) |
+                          static_cast<std::uint32_t>(rest > 1 ? buffer[read + 1] << 8 : 0);
         for (std::size_t i = 0; i < 4; ++i) {
-            const char c = i <= group ? kAlphabet[bits >> (18 - 6 * i) & 0x3F] : '=';
+            const char c = i <= rest ? kAlphabet[bits >> (18 - 6 * i) & 0x3F] : '=';
             buffer[written++] = static_cast<std::uint8_t>(c);
         }
     }

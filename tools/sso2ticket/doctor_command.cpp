@@ -60,7 +60,7 @@ std::string versionOf(const LoadedSymbol& version, const LoadedSymbol& release) 
         text == nullptr) {
         return "unknown";
     }
-    const std::string result(text, static_cast<std::size_t>(length));
+    std::string result(text, static_cast<std::size_t>(length));
     if (release.address != nullptr) {
         reinterpret_cast<decltype(&SsfDELSsfOctetstring)>(release.address)(&text, &length);
     }

@@ -38,6 +38,8 @@ endfunction()
 quorvanti_host_headers(CLI11 CLI)
 quorvanti_host_headers(nlohmann_json nlohmann)
 
+# The programs tell what tests they have when the tests are run, not when they are built.
+set(CMAKE_GTEST_DISCOVER_TESTS_DISCOVERY_MODE PRE_TEST)
 include(FetchContent)
 set(INSTALL_GTEST OFF)
 FetchContent_Declare(GTest SOURCE_DIR /usr/src/googletest OVERRIDE_FIND_PACKAGE)

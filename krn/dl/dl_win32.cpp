@@ -18,7 +18,8 @@ class ErrorMode {
 public:
     ErrorMode() {
         if (dlErrorMode != 0) {
-            before_ = SetErrorMode(dlErrorMode == 1 ? SEM_FAILCRITICALERRORS : 0);
+            before_ = GetErrorMode();
+            SetErrorMode(dlErrorMode == 1 ? before_ | SEM_FAILCRITICALERRORS : before_ & ~SEM_FAILCRITICALERRORS);
         }
     }
     ~ErrorMode() {

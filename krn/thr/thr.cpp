@@ -182,6 +182,17 @@ std::int32_t ThrKeyCreate(ThrKey& key, ThrKeyDestructor destructor) {
     return kThrOk;
 }
 
+void ThrKeysGiveBack() {
+    std::vector<ThrKey> keys;
+    {
+        const std::lock_guard lock(keyListLock);
+        keys.swap(keyList());
+    }
+    for (const ThrKey key : keys) {
+        threadKeyFree(key);
+    }
+}
+
 std::int32_t ThrSleep(std::uint32_t milliseconds) {
     return sleepMilliseconds(milliseconds);
 }

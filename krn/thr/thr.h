@@ -94,6 +94,9 @@ using ThrKeyDestructor = void (*)(void*);
 std::int32_t ThrKeyCreate(ThrKey& key, ThrKeyDestructor destructor);
 void* ThrKeyGet(ThrKey key);
 bool ThrKeySet(ThrKey key, void* value);
+// For a library that leaves the process before its threads do: gives every key back, so that no thread's end calls into
+// it. The values go to the destructors where the system does that.
+void ThrKeysGiveBack();
 
 // Sleeps; 0 after the whole time, 258 when interrupted and the time had passed meanwhile.
 std::int32_t ThrSleep(std::uint32_t milliseconds);

@@ -1,6 +1,7 @@
 // The example issuer writes the bytes that the tests' own builder writes.
 #include "tests/support/command.h"
 #include "tests/support/issuer/ticket_builder.h"
+#include "tests/support/temporary_directory.h"
 
 #include <gtest/gtest.h>
 
@@ -28,7 +29,7 @@ TEST(IssueTicket, WritesTheBytesThatAreSigned) {
                                .portalUser("jdoe")
                                .authScheme("basicauthentication")
                                .signedBytes();
-    EXPECT_EQ(bytesOf(result.out), expected);
+    EXPECT_EQ(bytesOf(result.bytes), expected);
 }
 
 TEST(IssueTicket, WritesTheCurrentMinute) {

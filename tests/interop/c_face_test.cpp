@@ -1,6 +1,7 @@
 // Programs in plain C, built as a stranger would: the one beside this file and the one in the README.
 #include "tests/support/command.h"
 #include "tests/support/issuer/in_process_issuer.h"
+#include "tests/support/temporary_directory.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

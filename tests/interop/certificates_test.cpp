@@ -2,6 +2,7 @@
 // openssl command prints of it.
 #include "tests/interop/evaluation.h"
 #include "tests/support/command.h"
+#include "tests/support/temporary_directory.h"
 
 #include <gtest/gtest.h>
 #include <openssl/pem.h>

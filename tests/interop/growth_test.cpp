@@ -1,15 +1,12 @@
 // A server evaluates for months: no evaluation leaves anything behind, failed ones included.
 #include "tests/interop/evaluation.h"
 #include "tests/support/issuer/in_process_issuer.h"
+#include "tests/support/process_memory.h"
 #include "tests/support/temporary_directory.h"
 
 #include <gtest/gtest.h>
 
-#include <malloc.h>
-#include <unistd.h>
-
 #include <ctime>
-#include <fstream>
 
 using namespace quorvanti::test;
 
@@ -20,18 +17,6 @@ constexpr int rounds = 500;  // the leak check at the process's end finds in one
 #else
 constexpr int rounds = 10000;
 #endif
-
-struct Memory {
-    std::size_t allocated;
-    std::size_t resident;
-};
-
-Memory memory() {
-    std::size_t total = 0;
-    std::size_t resident = 0;
-    std::ifstream("/proc/self/statm") >> total >> resident;
-    return {mallinfo2().uordblks, resident * static_cast<std::size_t>(sysconf(_SC_PAGESIZE))};
-}
 
 class Growth : public testing::Test {
 protected:
@@ -78,11 +63,11 @@ TEST_F(Growth, ThereIsNoneOverAHundredThousandEvaluations) {
     for (int i = 0; i < rounds / 10; ++i) {
         round();  // caches fill and the heap finds its shape
     }
-    const Memory before = memory();
+    const ProcessMemory before = processMemory();
     for (int i = 0; i < rounds && !HasFailure(); ++i) {
         round();
     }
-    const Memory after = memory();
+    const ProcessMemory after = processMemory();
 #ifndef QUORVANTI_SANITIZED
     // One lost byte in each evaluation would be 100,000.
     EXPECT_LT(after.allocated, before.allocated + 16384);

@@ -4,6 +4,7 @@
 #include "tests/interop/evaluation.h"
 #include "tests/support/command.h"
 #include "tests/support/issuer/openssl_issuer.h"
+#include "tests/support/temporary_directory.h"
 
 #include <quorvanti/ssf.h>
 

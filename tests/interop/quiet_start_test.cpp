@@ -45,7 +45,7 @@ TEST(QuietStart, LoadsTheBundledCryptoLibraryByItsDefaultName) {
         const Library session;
         ASSERT_EQ(session.startCode(), VORAK_OK);
     }
-    EXPECT_THAT(readFile(directory.file("trace")), HasSubstr("use default: libkavcrypto.so"));
+    EXPECT_THAT(readFile(directory.file("trace")), HasSubstr("use default: " QUORVANTI_CRYPTO_NAME));
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 #!/bin/sh
 # check_exports.sh LIBRARY [LIST HEADER]...
-# The library's dynamic symbols are exactly the names in the lists, and the names in each list are exactly the functions
-# that its header declares. The last header may be missing.
+# What the library exports are exactly the names in the lists, and the names in each list are exactly the functions that its
+# header declares. The last header may be missing. OBJDUMP reads a DLL.
 set -eu
 library=$1
 shift
@@ -26,6 +26,14 @@ while [ $# -gt 0 ]; do
 done
 
 LC_ALL=C sort "$work/names" >"$work/listed"
-nm --dynamic --defined-only "$library" | awk '$2 ~ /^[A-Z]$/ { print $3 }' |
-    grep -vE "^__(asan|odr_asan|ubsan|tsan|sancov|start___sancov|stop___sancov)" | LC_ALL=C sort >"$work/exported"
+exported_names() {
+    case "$library" in
+    *.dll) "${OBJDUMP:-objdump}" -p "$library" | sed -n '/^\[Ordinal\/Name Pointer\] Table$/,/^$/s/^\t\[ *[0-9]*\] //p' ;;
+    *)
+        nm --dynamic --defined-only "$library" | awk '$2 ~ /^[A-Z]$/ { print $3 }' |
+            grep -vE "^__(asan|odr_asan|ubsan|tsan|sancov|start___sancov|stop___sancov)"
+        ;;
+    esac
+}
+exported_names | LC_ALL=C sort >"$work/exported"
 diff -u "$work/listed" "$work/exported" || { echo "exports of $library differ from$lists" >&2; exit 1; }

@@ -1,33 +1,19 @@
-// Runs a program as a shell would, and keeps what it prints.
+// Runs a program and keeps what it prints.
 #pragma once
 
-#include "tests/support/temporary_directory.h"
-
-#include <cstdlib>
 #include <string>
 #include <vector>
 
 namespace quorvanti::test {
 
 struct CommandResult {
-    int exitCode;
-    std::string out;
+    int exitCode;     // 1000 and more when the program did not end by itself
+    std::string out;  // as text, whatever ends its lines
     std::string err;
+    std::string bytes;  // of the output, as they came
 };
 
-inline CommandResult runCommand(const std::vector<std::string>& words, const std::string& in = "") {
-    const TemporaryDirectory directory;
-    writeFile(directory.file("in"), in);
-    std::string command;
-    for (const std::string& word : words) {
-        command += "\"" + word + "\" ";
-    }
-    command +=
-        "<\"" + directory.file("in") + "\" >\"" + directory.file("out") + "\" 2>\"" + directory.file("err") + "\"";
-    const int status = std::system(command.c_str());
-    // The low byte tells of a signal; no exit code is that large.
-    const int exitCode = status % 256 == 0 ? status / 256 : 1000 + status;
-    return {exitCode, readFile(directory.file("out")), readFile(directory.file("err"))};
-}
+// The program is a path or is looked up as the system does it; "openssl" is the one that belongs to this build's tests.
+CommandResult runCommand(const std::vector<std::string>& words, const std::string& in = "");
 
 }  // namespace quorvanti::test

@@ -8,6 +8,9 @@
 
 namespace quorvanti::test {
 
+// Null removes the variable.
+void assignVariable(const std::string& name, const char* value);
+
 class EnvironmentVariable {
 public:
     // Null removes the variable.
@@ -15,21 +18,13 @@ public:
         if (const char* before = std::getenv(name_.c_str())) {
             before_ = before;
         }
-        assign(value);
+        assignVariable(name_, value);
     }
-    ~EnvironmentVariable() { assign(before_ ? before_->c_str() : nullptr); }
+    ~EnvironmentVariable() { assignVariable(name_, before_ ? before_->c_str() : nullptr); }
     EnvironmentVariable(const EnvironmentVariable&) = delete;
     EnvironmentVariable& operator=(const EnvironmentVariable&) = delete;
 
 private:
-    void assign(const char* value) const {
-        if (value != nullptr) {
-            setenv(name_.c_str(), value, 1);
-        } else {
-            unsetenv(name_.c_str());
-        }
-    }
-
     std::string name_;
     std::optional<std::string> before_;
 };

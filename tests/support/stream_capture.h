@@ -1,10 +1,8 @@
 // Redirects a standard stream into a file for the length of a scope and gives back what was written.
 #pragma once
 
+#include "tests/support/descriptor.h"
 #include "tests/support/temporary_directory.h"
-
-#include <fcntl.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <stdexcept>
@@ -19,17 +17,17 @@ public:
     StreamCapture(std::FILE* stream, const std::string& name)
         : stream_(stream), name_(name.empty() ? directory_.file("captured") : name) {
         std::fflush(stream_);
-        saved_ = dup(fileno(stream_));
-        const int file = open(name_.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
-        if (saved_ < 0 || file < 0 || dup2(file, fileno(stream_)) < 0) {
+        saved_ = duplicateDescriptor(descriptorOf(stream_));
+        const int file = openForAppending(name_);
+        if (saved_ < 0 || file < 0 || !replaceDescriptor(file, descriptorOf(stream_))) {
             throw std::runtime_error("cannot redirect a standard stream");
         }
-        close(file);
+        closeDescriptor(file);
     }
     ~StreamCapture() {
         std::fflush(stream_);
-        dup2(saved_, fileno(stream_));
-        close(saved_);
+        replaceDescriptor(saved_, descriptorOf(stream_));
+        closeDescriptor(saved_);
         std::clearerr(stream_);
     }
     StreamCapture(const StreamCapture&) = delete;
@@ -37,7 +35,7 @@ public:
 
     std::string text() const {
         std::fflush(stream_);
-        return readFile(name_);
+        return readText(name_);
     }
 
 private:

@@ -38,6 +38,12 @@ inline std::string readFile(const std::string& name) {
     return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
 }
 
+// Lines as the program sees them, however this system ends them in files.
+inline std::string readText(const std::string& name) {
+    std::ifstream stream(name);
+    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
 inline void writeFile(const std::string& name, std::string_view content) {
     std::ofstream stream(name, std::ios::binary);
     stream.write(content.data(), static_cast<std::streamsize>(content.size()));

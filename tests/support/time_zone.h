@@ -3,16 +3,28 @@
 
 #include "tests/support/environment.h"
 
-#include <ctime>
+#include <optional>
 
 namespace quorvanti::test {
 
 class TimeZone {
 public:
-    explicit TimeZone(const char* name) : variable_("TZ", name) { tzset(); }
+    // A name of the tz database or a POSIX description.
+    explicit TimeZone(const char* name);
+    ~TimeZone();
+    TimeZone(const TimeZone&) = delete;
+    TimeZone& operator=(const TimeZone&) = delete;
+
+    // Whether this system's C runtime can be told of the zone by name.
+    bool known() const { return variable_.has_value(); }
 
 private:
-    EnvironmentVariable variable_;
+    std::optional<EnvironmentVariable> variable_;
 };
+
+// In place of a test that needs a zone.
+#define SKIP_UNLESS_KNOWN(zone) \
+    if (!(zone).known())        \
+    GTEST_SKIP() << "this C runtime takes no such zone from the environment"
 
 }  // namespace quorvanti::test

@@ -17,7 +17,7 @@ TraceCapture::~TraceCapture() {
 }
 
 std::string TraceCapture::text() const {
-    return readFile(directory_.file("trace"));
+    return readText(directory_.file("trace"));
 }
 
 std::vector<std::string> TraceCapture::lines() const {

@@ -11,4 +11,7 @@ namespace quorvanti {
 // when there is no terminal.
 Secret askForSecret(const std::string& prompt);
 
+// From here on standard output takes bytes as they are.
+void writeBytesAsTheyAre();
+
 }  // namespace quorvanti

@@ -57,4 +57,6 @@ Secret askForSecret(const std::string& prompt) {
     return secret;
 }
 
+void writeBytesAsTheyAre() {}
+
 }  // namespace quorvanti

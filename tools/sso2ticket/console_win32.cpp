@@ -3,6 +3,7 @@
 #include "tools/sso2ticket/failure.h"
 
 #include <conio.h>
+#include <fcntl.h>
 #include <io.h>
 
 #include <cstdio>
@@ -22,6 +23,10 @@ Secret askForSecret(const std::string& prompt) {
     }
     _cputs("\r\n");
     return secret;
+}
+
+void writeBytesAsTheyAre() {
+    _setmode(_fileno(stdout), _O_BINARY);
 }
 
 }  // namespace quorvanti

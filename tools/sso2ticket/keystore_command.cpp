@@ -1,5 +1,6 @@
 #include "tools/sso2ticket/keystore_command.h"
 
+#include "tools/sso2ticket/console.h"
 #include "tools/sso2ticket/failure.h"
 #include "tools/sso2ticket/key_store_file.h"
 #include "tools/sso2ticket/output.h"
@@ -150,6 +151,9 @@ ExitCode exportCertificate(const KeystoreExportOptions& options, std::ostream& o
                                                      : PEM_write_bio_X509(bio.get(), certificate)) == 1;
     char* bytes = nullptr;
     const long length = good ? BIO_get_mem_data(bio.get(), &bytes) : 0;
+    if (options.der) {
+        writeBytesAsTheyAre();
+    }
     out.write(bytes, length);
     return ExitCode::accepted;
 }

@@ -215,7 +215,11 @@ TEST_F(ErrorRecord, AsManyDirectivesAsATextHolds) {
 }
 
 TEST_F(ErrorRecord, ATimeThatCannotBeHadIsReplaced) {
-    now = std::int64_t{400000000000} * 1000;
+    setLocalTimeSource([](std::int64_t, std::tm& record) {
+        record = {};
+        record.tm_year = 8100;
+        return true;
+    });
     ASSERT_EQ(ErrSetInfo("c", 1, "m", 1, "t", 1, "d"), 0);
     EXPECT_EQ(stored()[kTime], "error in ThrAsctime");
     setLocalTimeSource([](std::int64_t, std::tm&) { return false; });

@@ -2,12 +2,12 @@
 #pragma once
 
 #include "base/dptrc/dptrace.h"
+#include "krn/thr/thr.h"
 #include "krn/time/clock.h"
 #include "tests/support/temporary_directory.h"
 #include "tests/support/time_zone.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstdint>
 #include <string>
@@ -32,13 +32,13 @@ protected:
         headerSize_ = all().size();
     }
     std::string name() const { return directory_.file("trace"); }
-    std::string all() const { return readFile(name()); }
+    std::string all() const { return readText(name()); }
     std::string written() const { return all().substr(headerSize_); }
     static std::FILE* stream() { return traceState().stream.load(); }
 
     // The text with the calling thread's tag in place of each "@".
     static std::string tagged(std::string text) {
-        const std::string tag = "[Thr " + std::to_string(gettid()) + "] ";
+        const std::string tag = "[Thr " + std::to_string(ThrCurrentId()) + "] ";
         for (std::size_t at = text.find('@'); at != std::string::npos; at = text.find('@', at + tag.size())) {
             text.replace(at, 1, tag);
         }

@@ -220,6 +220,10 @@ TEST_F(TraceLine, AnOverlongErrorKeepsItsPositionAndIsMarked) {
 }
 
 TEST_F(TraceLine, AFormatFailureIsReportedAndTheMessageDropped) {
+    char room[8];
+    if (std::snprintf(room, sizeof room, "%lc", kNoCharacter) >= 0) {
+        GTEST_SKIP() << "this C runtime has a form for every character";
+    }
     open("3");
     TRACE(3, "%lc\n", kNoCharacter);
     TRACE_ERROR("%lc\n", kNoCharacter);

@@ -2,14 +2,12 @@
 #include "tests/base/dptrc/trace_fixture.h"
 #include "tests/support/stream_capture.h"
 
-#include <fcntl.h>
-
 #include <filesystem>
 
 namespace quorvanti {
 namespace {
 
-using test::readFile;
+using test::readText;
 using test::StreamCapture;
 
 std::string header(const std::string& name, int level) {
@@ -37,9 +35,10 @@ TEST_F(TraceTarget, LevelThenFileStartsTheFileWithItsHeader) {
 
 TEST_F(TraceTarget, TheHeaderShowsTheBaseNameBehindEitherSlash) {
     traceSetLevel("1");
+    std::filesystem::create_directory(directory_.path() / "with");  // where the backslash separates names
     const std::string file = directory_.file("with\\back");
     traceSetTarget(file.c_str());
-    EXPECT_EQ(readFile(file), header("back", 1));
+    EXPECT_EQ(readText(file), header("back", 1));
 }
 
 TEST_F(TraceTarget, WithoutALevelTheHeaderShowsMinusOneAndOnlyBannerLinesFollow) {
@@ -79,7 +78,7 @@ TEST_F(TraceTarget, OnceAFileIsRecordedTheWordsNameFiles) {
     EXPECT_NE(first, nullptr);
     for (const char* word : {"stdout", "stderr", "tf"}) {
         traceSetTarget(word);
-        EXPECT_EQ(readFile(directory_.file(word)), header(word, 1));
+        EXPECT_EQ(readText(directory_.file(word)), header(word, 1));
         EXPECT_STREQ(traceState().fileName, word);
     }
     std::filesystem::current_path(before);
@@ -100,7 +99,7 @@ TEST_F(TraceTarget, AFileIsReplacedByAnother) {
     traceSetTarget(second.c_str());
     TRACE(1, "second\n");
     EXPECT_EQ(written(), tagged("\n" + std::string(test::kStamp) + "@first\n"));
-    EXPECT_EQ(readFile(second), header("second", 1) + tagged("\n" + std::string(test::kStamp) + "@second\n"));
+    EXPECT_EQ(readText(second), header("second", 1) + tagged("\n" + std::string(test::kStamp) + "@second\n"));
     EXPECT_EQ(traceState().fileName, second);
 }
 
@@ -131,7 +130,7 @@ TEST_F(TraceTarget, StandardStreamsAreNotClosed) {
         std::FILE* const standard = stream();
         traceSetTarget(nullptr);
         EXPECT_EQ(stream(), nullptr);
-        EXPECT_GE(fcntl(fileno(standard), F_GETFD), 0);
+        EXPECT_TRUE(test::isOpen(test::descriptorOf(standard)));
     }
 }
 
@@ -184,7 +183,7 @@ TEST_F(TraceTarget, AFurtherOpenLeavesTheLevelAloneUntilTheFirstIsClosed) {
     const std::string second = directory_.file("second");
     std::FILE* const other = CTrcOpen(second.c_str(), 3);
     EXPECT_EQ(traceState().level, 2);
-    EXPECT_EQ(readFile(second), header("second", 2));
+    EXPECT_EQ(readText(second), header("second", 2));
     traceState().stream = other;
     EXPECT_EQ(CTrcCloseStream(), 0);
     std::FILE* const third = CTrcOpen(second.c_str(), 3);
@@ -217,7 +216,7 @@ TEST_F(TraceTarget, NoNameOpensTheStandardErrorWithoutHeader) {
 
 TEST_F(TraceTarget, TheFileIsNotInheritedByChildProcesses) {
     open("1");
-    EXPECT_EQ(fcntl(fileno(stream()), F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
+    EXPECT_FALSE(test::childProcessesInherit(test::descriptorOf(stream())));
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // Many threads trace while others change target and level.
 #include "base/dptrc/dptrace.h"
+#include "tests/support/descriptor.h"
 #include "tests/support/temporary_directory.h"
 
 #include <gtest/gtest.h>
@@ -65,7 +66,7 @@ TEST_F(TraceThreads, ErrorLinesKeepTheirPositionsAndLinesStayWhole) {
     traceSetTarget(nullptr);
     const std::regex error(R"(\[Thr [0-9]+\] \*\*\* ERROR => thread ([0-9]) \[ssoxxext     100([0-9])\])");
     const std::regex first(R"((\[Thr [0-9]+\] )first of ([0-9]))");
-    std::istringstream lines(test::readFile(name));
+    std::istringstream lines(test::readText(name));
     int errors = 0;
     int pairs = 0;
     std::string line;
@@ -108,7 +109,7 @@ TEST_F(TraceThreads, NoLineIsLostWhileOneFileReplacesAnother) {
     traceSetTarget(nullptr);
     int kept = 0;
     for (int index = 0; index < file; ++index) {
-        kept += countLines(test::readFile(directory_.file("trace" + std::to_string(index))), "] kept\n");
+        kept += countLines(test::readText(directory_.file("trace" + std::to_string(index))), "] kept\n");
     }
     EXPECT_EQ(kept, kWriters * kLines);
 }
@@ -116,10 +117,11 @@ TEST_F(TraceThreads, NoLineIsLostWhileOneFileReplacesAnother) {
 TEST_F(TraceThreads, TargetAndLevelMayBeSwitchedAtAnyTime) {
     const std::string one = directory_.file("one");
     const std::string two = directory_.file("two");
+    const std::string full = test::fullDevice().empty() ? directory_.file("three") : test::fullDevice();
     std::atomic<int> writing{6};
     std::thread targets([&] {
         for (int round = 0; writing > 0; ++round) {
-            const char* const choices[] = {one.c_str(), two.c_str(), nullptr, "/dev/full"};
+            const char* const choices[] = {one.c_str(), two.c_str(), nullptr, full.c_str()};
             traceSetTarget(choices[round % 4]);
             std::this_thread::yield();
         }
@@ -147,7 +149,7 @@ TEST_F(TraceThreads, TargetAndLevelMayBeSwitchedAtAnyTime) {
     traceSetTarget(nullptr);
     traceSetTarget(one.c_str());
     TRACE(1, "at last\n");
-    EXPECT_EQ(countLines(test::readFile(one), "] at last\n"), 1);
+    EXPECT_EQ(countLines(test::readText(one), "] at last\n"), 1);
 }
 
 }  // namespace

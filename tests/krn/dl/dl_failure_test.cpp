@@ -5,8 +5,6 @@
 #include "tests/krn/dl/dl_fixture.h"
 #include "tests/support/stream_capture.h"
 
-#include <dlfcn.h>
-
 #include <algorithm>
 #include <array>
 
@@ -19,9 +17,12 @@ constexpr char kSample[] = DL_SAMPLE;
 constexpr char kHolderBase[] = DL_HOLDER_BASE;
 constexpr char kHolder[] = DL_HOLDER;
 
-std::string systemText(const char* name) {
-    EXPECT_EQ(dlopen(name, RTLD_NOW | RTLD_LOCAL), nullptr);
-    return dlerror();
+std::string doubled(const std::string& text) {
+    std::string result;
+    for (const char character : text) {
+        result.append(character == '%' ? 2 : 1, character);
+    }
+    return result;
 }
 
 class DlFailure : public test::DlFixture {};
@@ -53,7 +54,7 @@ TEST_F(DlFailure, ANameOf255CharactersIsTried) {
     const std::string name(255, 'n');
     EXPECT_EQ(DlLoadLib(name.c_str(), handle), -2);
     EXPECT_EQ(handle, -1);
-    EXPECT_TRUE(trace.contains("*** ERROR => DlLoadLib()==DLENOACCESS - dlopen(\"" + name + "\")\n"));
+    EXPECT_TRUE(trace.contains("*** ERROR => DlLoadLib()==DLENOACCESS - " + load_ + "(\"" + name + "\")\n"));
 }
 
 TEST_F(DlFailure, AFailedLoadIsTracedAndRecorded) {
@@ -61,7 +62,7 @@ TEST_F(DlFailure, AFailedLoadIsTracedAndRecorded) {
     std::int32_t handle = 5;
     EXPECT_EQ(DlLoadLib("libnosuchthing.so", handle), -2);
     EXPECT_EQ(handle, -1);
-    const std::string detail = "dlopen(\"libnosuchthing.so\")\n  Error 0 = \"" + systemText("libnosuchthing.so") + "\"";
+    const std::string detail = load_ + "(\"libnosuchthing.so\")\n  " + test::loadErrorOf("libnosuchthing.so");
     EXPECT_EQ(trace.text()
                   .substr(trace.text().find("*** ERROR"))
                   .find("*** ERROR => DlLoadLib()==DLENOACCESS - " + detail + " [dlnt         "),
@@ -80,9 +81,9 @@ TEST_F(DlFailure, APercentSignOfTheSystemsTextIsDoubledInWhatIsTracedAndOneInThe
     const TraceCapture trace(1);
     std::int32_t handle = 5;
     EXPECT_EQ(DlLoadLib("lib%snosuch%n.so", handle), -2);
-    EXPECT_TRUE(trace.contains("dlopen(\"lib%%snosuch%%n.so\")\n")) << trace.text();
-    EXPECT_TRUE(trace.contains("  Error 0 = \"lib%%snosuch%%n.so: ")) << trace.text();
-    EXPECT_EQ(recorded(9).find("dlopen(\"lib%snosuch%n.so\")\n  Error 0 = \"lib%snosuch%n.so: "), 0u) << recorded(9);
+    const std::string text = test::loadErrorOf("lib%snosuch%n.so");
+    EXPECT_TRUE(trace.contains(load_ + "(\"lib%%snosuch%%n.so\")\n  " + doubled(text))) << trace.text();
+    EXPECT_EQ(recorded(9), load_ + "(\"lib%snosuch%n.so\")\n  " + text);
 }
 
 TEST_F(DlFailure, DoublingStopsAtFiveHundredAndElevenCharactersAndBreaksNoPair) {
@@ -91,7 +92,7 @@ TEST_F(DlFailure, DoublingStopsAtFiveHundredAndElevenCharactersAndBreaksNoPair) 
     for (const std::string& name : {std::string(250, '%'), "x" + std::string(249, '%')}) {
         EXPECT_EQ(DlLoadLib(name.c_str(), handle), -2);
     }
-    const std::string begin = "DLENOACCESS - dlopen(\"";
+    const std::string begin = "DLENOACCESS - " + load_ + "(\"";
     std::string text = trace.text();
     for (int load = 0; load < 2; ++load) {
         text = text.substr(text.find(begin) + sizeof "DLENOACCESS - " - 1);
@@ -105,12 +106,12 @@ TEST_F(DlFailure, DoublingStopsAtFiveHundredAndElevenCharactersAndBreaksNoPair) 
 TEST_F(DlFailure, TheSixtyFifthLibraryHasNoHandle) {
     std::array<std::int32_t, 64> handles;
     for (std::size_t index = 0; index < handles.size(); ++index) {
-        ASSERT_EQ(DlLoadLib(linkTo(kSample, "sample" + std::to_string(index) + ".so").c_str(), handles[index]), 0);
+        ASSERT_EQ(DlLoadLib(copyOf(kSample, "sample" + std::to_string(index) + ".so").c_str(), handles[index]), 0);
         EXPECT_EQ(handles[index], static_cast<std::int32_t>(index));
     }
     const TraceCapture trace(1);
     std::int32_t handle = 5;
-    const std::string name = linkTo(kSample, "sample64.so");
+    const std::string name = copyOf(kSample, "sample64.so");
     EXPECT_EQ(DlLoadLib(name.c_str(), handle), -4);
     EXPECT_EQ(handle, -1);
     EXPECT_EQ(trace.lines(), Lines({"*** ERROR => DlLoadLib: no free handle (max 64) [dlnt]"}));
@@ -136,10 +137,10 @@ TEST_F(DlFailure, AProbeSaysNothingWhateverComesOfIt) {
     EXPECT_EQ(recorded(2), "DlLoadLib()==DLENOACCESS") << "but it is recorded";
     std::array<std::int32_t, 64> handles;
     for (std::size_t index = 0; index < handles.size(); ++index) {
-        const std::string name = linkTo(kSample, "sample" + std::to_string(index) + ".so");
+        const std::string name = copyOf(kSample, "sample" + std::to_string(index) + ".so");
         ASSERT_EQ(DlLoadLib(name.c_str(), handles[index], DlReport::nothing), 0);
     }
-    EXPECT_EQ(DlLoadLib(linkTo(kSample, "sample64.so").c_str(), handle, DlReport::nothing), -4);
+    EXPECT_EQ(DlLoadLib(copyOf(kSample, "sample64.so").c_str(), handle, DlReport::nothing), -4);
     EXPECT_EQ(trace.lines(), Lines());
     for (std::int32_t& used : handles) {
         EXPECT_EQ(DlUnloadLib(used), 0);
@@ -160,16 +161,14 @@ TEST_F(DlFailure, AMissingFunctionIsNothingBelowLevelThree) {
 TEST_F(DlFailure, AMissingFunctionIsTracedAtLevelThree) {
     std::int32_t handle = -1;
     ASSERT_EQ(DlLoadLib(kSample, handle), 0);
-    void* module = dlopen(kSample, RTLD_NOW);
-    dlsym(module, "noSuchFunction");
-    const std::string text = dlerror();
-    dlclose(module);
+    std::string error = test::findErrorOf(kSample, "noSuchFunction");
+    error.front() = 'e';
     DlFunction function = nullptr;
     const TraceCapture trace(3);
     EXPECT_EQ(DlLoadFunc(handle, "noSuchFunction", function), -2);
     EXPECT_EQ(trace.lines(),
-              Lines({"DlLoadFunc(): failed dlsym(\"noSuchFunction\") from \"" + std::string(kSample) + "\"",
-                     "        with error 0 = \"" + text + "\""}));
+              Lines({"DlLoadFunc(): failed " + find_ + "(\"noSuchFunction\") from \"" + std::string(kSample) + "\"",
+                     "        with " + error}));
     EXPECT_EQ(DlUnloadLib(handle), 0);
 }
 
@@ -194,24 +193,14 @@ TEST_F(DlFailure, AnUnloadThatTheSystemRefusesKeepsTheEntry) {
     std::int32_t handle = -1;
     ASSERT_EQ(DlLoadLib(kHolderBase, handle), 0);
     const std::int32_t before = handle;
-    // Closed behind the loader's back, while another library keeps it in place.
-    void* holder = dlopen(kHolder, RTLD_NOW | RTLD_LOCAL);
-    ASSERT_NE(holder, nullptr) << dlerror();
-    void* module = dlopen(kHolderBase, RTLD_NOW | RTLD_NOLOAD);
-    ASSERT_NE(module, nullptr);
-    dlclose(module);
-    dlclose(module);
-    ASSERT_NE(dlclose(module), 0);
-    const std::string text = dlerror();
-
+    const test::RefusedUnload refused(kHolderBase, kHolder);
     const TraceCapture trace(1);
     EXPECT_EQ(DlUnloadLib(handle), -5);
     EXPECT_EQ(handle, before);
-    EXPECT_EQ(trace.lines(), Lines({"*** ERROR => DlUnloadLib() FAILED dlclose(\"" + std::string(kHolderBase) +
-                                    "\") -> Error 0 = \"" + text + "\" [dlnt]"}));
+    EXPECT_EQ(trace.lines(), Lines({"*** ERROR => DlUnloadLib() FAILED " + free_ + "(\"" + kHolderBase + "\") -> " +
+                                    refused.error() + " [dlnt]"}));
     DlFunction function = nullptr;
-    EXPECT_EQ(DlLoadFunc(handle, "dlSampleAnswer", function), 0) << "the entry stays in use";
-    dlclose(holder);
+    EXPECT_NE(DlLoadFunc(handle, "dlSampleAnswer", function), -3) << "the entry stays in use";
 }
 
 TEST_F(DlFailure, WithoutATraceFileTheLinesGoToTheStandardError) {

@@ -3,6 +3,8 @@
 
 #include "base/dptrc/err.h"
 #include "krn/dl/dl.h"
+#include "krn/dl/dl_platform.h"
+#include "tests/krn/dl/dl_system.h"
 #include "tests/support/trace_capture.h"
 
 #include <gtest/gtest.h>
@@ -21,7 +23,7 @@ protected:
     static Lines lines(const TraceCapture& trace) {
         Lines result = trace.lines();
         for (std::string& line : result) {
-            const std::size_t address = line.find(", addr 0x");
+            const std::size_t address = line.find(", addr ");
             if (address != std::string::npos) {
                 line.erase(address + sizeof ", addr" - 1);
             }
@@ -29,12 +31,17 @@ protected:
         return result;
     }
 
-    // Another name of the sample library.
-    std::string linkTo(const char* library, const std::string& name) {
-        const std::string link = directory_.file(name);
-        std::filesystem::create_symlink(library, link);
-        return link;
+    // Another file of the sample library.
+    std::string copyOf(const char* library, const std::string& name) {
+        const std::string copy = directory_.file(name);
+        std::filesystem::copy_file(library, copy);
+        return copy;
     }
+
+    // "dlopen", "LoadLibrary" and so on.
+    const std::string load_ = dlSystemNames.load;
+    const std::string find_ = dlSystemNames.find;
+    const std::string free_ = dlSystemNames.free;
 
     // One of the texts of the thread's error record.
     static std::string recorded(int index) {

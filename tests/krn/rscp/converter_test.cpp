@@ -3,6 +3,7 @@
 #include "krn/rscp/conversion_methods.h"
 #include "krn/rscp/converter_activation.h"
 #include "tests/krn/rscp/converter_fixture.h"
+#include "tests/support/pattern.h"
 
 #include <array>
 #include <cstring>
@@ -123,7 +124,7 @@ TEST_F(ConverterTest, InPlaceWith512BytesSucceeds) {
         ASSERT_EQ(buffer[index], 0xC3);
         ASSERT_EQ(buffer[index + 1], 0xBC);
     }
-    EXPECT_THAT(trace(), Contains(testing::MatchesRegex("rscpc.c/140/\\([0-9]+\\): overlapping buffers at .* \\.")));
+    EXPECT_THAT(trace(), Contains(MatchesPattern("rscpc.c/140/\\([0-9]+\\): overlapping buffers at .* \\.")));
 }
 
 TEST_F(ConverterTest, InPlaceWith513BytesFails) {

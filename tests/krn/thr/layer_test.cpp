@@ -2,10 +2,10 @@
 #include "krn/thr/thr.h"
 #include "krn/thr/thr_platform.h"
 #include "krn/time/sleep.h"
+#include "tests/krn/thr/thread_number.h"
 #include "tests/support/allocation_failure.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <array>
 #include <atomic>
@@ -97,7 +97,7 @@ TEST(ThrLayer, StartsWithoutRegisteringTheThreadWhenMemoryIsShort) {
 }
 
 TEST(ThrLayer, NumbersThreadsAsTheSystemDoes) {
-    EXPECT_EQ(ThrCurrentId(), static_cast<std::uint64_t>(gettid()));
+    EXPECT_EQ(ThrCurrentId(), test::systemThreadNumber());
     std::uint64_t other = 0;
     std::thread([&other] { other = ThrCurrentId(); }).join();
     EXPECT_NE(other, ThrCurrentId());

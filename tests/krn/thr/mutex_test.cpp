@@ -1,11 +1,11 @@
 // The recursive mutex.
 #include "krn/thr/thr.h"
 #include "tests/support/allocation_failure.h"
+#include "tests/support/process_end.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <csignal>
 #include <cstring>
 #include <thread>
 #include <vector>
@@ -13,7 +13,6 @@
 namespace quorvanti {
 namespace {
 
-using testing::KilledBySignal;
 using testing::StrEq;
 
 class ThrRecMtxDeathTest : public testing::Test {
@@ -84,7 +83,7 @@ TEST_F(ThrRecMtxDeathTest, OneReleaseTooManyEndsTheProcessNamingTheTag) {
             ThrRecMtxUnlock(mutex);
             ThrRecMtxUnlock(mutex);
         },
-        KilledBySignal(SIGABRT), StrEq("ThrRecMtxUnlock: PANIC: #unlock > #lock, tag: \"QUORVANTI_SSF\"\n"));
+        test::endedByAbort, StrEq("ThrRecMtxUnlock: PANIC: #unlock > #lock, tag: \"QUORVANTI_SSF\"\n"));
 }
 
 TEST_F(ThrRecMtxDeathTest, ALockWithoutTagIsNotSet) {
@@ -94,7 +93,7 @@ TEST_F(ThrRecMtxDeathTest, ALockWithoutTagIsNotSet) {
             ThrRecMtxInit(mutex, nullptr);
             ThrRecMtxUnlock(mutex);
         },
-        KilledBySignal(SIGABRT), StrEq("ThrRecMtxUnlock: PANIC: #unlock > #lock, tag: \"not set\"\n"));
+        test::endedByAbort, StrEq("ThrRecMtxUnlock: PANIC: #unlock > #lock, tag: \"not set\"\n"));
 }
 
 }  // namespace

@@ -1,10 +1,10 @@
 // Critical sections that become usable on first use.
 #include "krn/thr/thr.h"
+#include "tests/support/process_end.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <csignal>
 #include <cstring>
 #include <thread>
 #include <vector>
@@ -12,7 +12,6 @@
 namespace quorvanti {
 namespace {
 
-using testing::KilledBySignal;
 using testing::StrEq;
 
 class ThrCSDeathTest : public testing::Test {
@@ -107,7 +106,7 @@ TEST_F(ThrCSDeathTest, OneReleaseTooManyEndsTheProcess) {
             ThrCSUnlock(section);
             ThrCSUnlock(section);
         },
-        KilledBySignal(SIGABRT), StrEq("ThrCSUnlock: PANIC: #unlock > #lock, tag: \"not set\"\n"));
+        test::endedByAbort, StrEq("ThrCSUnlock: PANIC: #unlock > #lock, tag: \"not set\"\n"));
 }
 
 TEST_F(ThrCSDeathTest, TheTagIsNamed) {
@@ -119,7 +118,7 @@ TEST_F(ThrCSDeathTest, TheTagIsNamed) {
             section.tag = "MUTEX_SSF";
             ThrCSUnlock(section);
         },
-        KilledBySignal(SIGABRT), StrEq("ThrCSUnlock: PANIC: #unlock > #lock, tag: \"MUTEX_SSF\"\n"));
+        test::endedByAbort, StrEq("ThrCSUnlock: PANIC: #unlock > #lock, tag: \"MUTEX_SSF\"\n"));
 }
 
 }  // namespace

@@ -59,6 +59,7 @@ class LocalTimeZones : public testing::TestWithParam<Switch> {};
 TEST_P(LocalTimeZones, FindTheIntervalOfTheReturnToStandardTime) {
     const Switch& end = GetParam();
     const test::TimeZone zone(end.zone);
+    SKIP_UNLESS_KNOWN(zone);
     for (const std::int64_t time : {-end.offset, -1, 0, end.offset - 1}) {
         std::int64_t from = 0;
         std::int64_t to = 0;
@@ -76,6 +77,7 @@ TEST_P(LocalTimeZones, FindTheIntervalOfTheReturnToStandardTime) {
 TEST_P(LocalTimeZones, TheClockNeverRunsBackwardsNorJumps) {
     const Switch& end = GetParam();
     const test::TimeZone zone(end.zone);
+    SKIP_UNLESS_KNOWN(zone);
     std::tm before{};
     ASSERT_NE(continuousLocalTime(end.time - 7300, before), nullptr);
     for (std::int64_t time = end.time - 7299; time < end.time + 7300; ++time) {
@@ -93,6 +95,7 @@ INSTANTIATE_TEST_SUITE_P(Zones, LocalTimeZones, testing::ValuesIn(kSwitches));
 
 TEST(LocalTime, StretchesTheLastDaylightHourOverTwoInBerlin) {
     const test::TimeZone zone("Europe/Berlin");
+    SKIP_UNLESS_KNOWN(zone);
     const std::int64_t end = utc(2026, 10, 25, 1);
     EXPECT_EQ(shown(end - 3601), "2026-10-25 01:59:59 daylight");
     EXPECT_EQ(shown(end - 3600), "2026-10-25 02:00:00 daylight");
@@ -105,6 +108,7 @@ TEST(LocalTime, StretchesTheLastDaylightHourOverTwoInBerlin) {
 
 TEST(LocalTime, StretchesTheLastDaylightHourOverTwoInNewYork) {
     const test::TimeZone zone("America/New_York");
+    SKIP_UNLESS_KNOWN(zone);
     const std::int64_t end = utc(2026, 11, 1, 6);
     EXPECT_EQ(shown(end - 3601), "2026-11-01 00:59:59 daylight");
     EXPECT_EQ(shown(end - 3600), "2026-11-01 01:00:00 daylight");
@@ -126,6 +130,7 @@ TEST(LocalTime, ReportsNoIntervalWhereDaylightTimeBegins) {
     };
     for (const Start& start : starts) {
         const test::TimeZone zone(start.zone);
+        SKIP_UNLESS_KNOWN(zone);
         for (const int distance : {-7200, -3600, -1, 0, 3599, 7199, 7200}) {
             std::int64_t from = 0;
             std::int64_t to = 0;
@@ -140,6 +145,7 @@ TEST(LocalTime, ReportsNoIntervalWhereDaylightTimeBegins) {
 TEST(LocalTime, IsTheSystemsFarFromASwitch) {
     for (const char* name : {"Europe/Berlin", "America/New_York", "UTC"}) {
         const test::TimeZone zone(name);
+        SKIP_UNLESS_KNOWN(zone);
         for (std::int64_t time = utc(2026, 1, 1, 0); time < utc(2026, 3, 1, 0); time += 9973) {
             ASSERT_EQ(shown(time), plain(time));
         }
@@ -148,6 +154,7 @@ TEST(LocalTime, IsTheSystemsFarFromASwitch) {
 
 TEST(LocalTime, TheProfileValueOffSelectsTheSystemsTime) {
     const test::TimeZone zone("Europe/Berlin");
+    SKIP_UNLESS_KNOWN(zone);
     static std::string asked;
     setProfileLookup([](const char* parameter) {
         asked = parameter;
@@ -162,6 +169,7 @@ TEST(LocalTime, TheProfileValueOffSelectsTheSystemsTime) {
 
 TEST(LocalTime, TheProfileIsReadOnce) {
     const test::TimeZone zone("Europe/Berlin");
+    SKIP_UNLESS_KNOWN(zone);
     static int reads = 0;
     setProfileLookup([](const char*) {
         ++reads;
@@ -176,6 +184,7 @@ TEST(LocalTime, TheProfileIsReadOnce) {
 
 TEST(LocalTime, AnyOtherProfileValueSelectsContinuousTime) {
     const test::TimeZone zone("Europe/Berlin");
+    SKIP_UNLESS_KNOWN(zone);
     const std::int64_t end = utc(2026, 10, 25, 1);
     const ProfileLookup lookups[] = {
         nullptr,
@@ -196,7 +205,7 @@ TEST(LocalTime, AnyOtherProfileValueSelectsContinuousTime) {
 bool earlySwitch(std::int64_t time, std::tm& record) {
     const bool daylight = time < 5000;
     const std::time_t wall = time + (daylight ? 3600 : 0);
-    gmtime_r(&wall, &record);
+    record = *std::gmtime(&wall);
     record.tm_isdst = daylight ? 1 : 0;
     return true;
 }
@@ -223,6 +232,7 @@ TEST(LocalTime, AnswersNullAndErangeForATimeThatHasNoYear) {
 
 TEST(LocalTime, AnswersMinusOneWhenAnyConversionFails) {
     const test::TimeZone zone("Europe/Berlin");
+    SKIP_UNLESS_KNOWN(zone);
     static int conversions = 0;
     setLocalTimeSource(
         [](std::int64_t time, std::tm& record) { return --conversions >= 0 && systemLocalTime(time, record); });

@@ -1,13 +1,12 @@
 #include "krn/time/sleep.h"
 
 #include "krn/time/clock.h"
+#include "tests/krn/time/interruption.h"
 
 #include <gtest/gtest.h>
-#include <pthread.h>
 
 #include <atomic>
 #include <chrono>
-#include <csignal>
 #include <limits>
 #include <thread>
 #include <vector>
@@ -90,9 +89,6 @@ TEST(SystemSleep, SleepsTheTime) {
 }
 
 TEST(SystemSleep, TellsOfAnInterruption) {
-    struct sigaction action {};
-    action.sa_handler = [](int) {};
-    ASSERT_EQ(sigaction(SIGUSR1, &action, nullptr), 0);
     std::atomic<bool> ended{false};
     bool whole = true;
     std::thread sleeper([&] {
@@ -100,7 +96,7 @@ TEST(SystemSleep, TellsOfAnInterruption) {
         ended = true;
     });
     while (!ended) {
-        pthread_kill(sleeper.native_handle(), SIGUSR1);
+        test::interrupt(sleeper);
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     sleeper.join();

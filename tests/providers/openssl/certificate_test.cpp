@@ -37,19 +37,25 @@ std::string withoutColons(std::string text) {
 class CertificateTest : public ::testing::Test {
 protected:
     // A self-signed certificate with the given subject.
-    std::string makePem(const std::string& subject, const std::string& options = "") {
+    std::string makePem(const std::string& subject, const std::vector<std::string>& options = {}) {
         const std::string file = directory_.file("made.pem");
-        outputOf(
-            "openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -keyout /dev/null -utf8 -subj '" +
-            subject + "' " + options + " -out " + file + " 2>&1");
-        return readFile(file);
+        std::vector<std::string> words{"req",    "-x509",    "-newkey",
+                                       "ec",     "-pkeyopt", "ec_paramgen_curve:P-256",
+                                       "-nodes", "-keyout",  directory_.file("made.key"),
+                                       "-utf8",  "-subj",    subject,
+                                       "-out",   file};
+        words.insert(words.end(), options.begin(), options.end());
+        opensslSays(words);
+        return readText(file);
     }
 
-    std::string opensslText(const std::string& pem, const std::string& what) {
+    std::string opensslText(const std::string& pem, const std::vector<std::string>& what) {
         const std::string file = directory_.file("asked.pem");
         writeFile(file, pem);
-        return outputOf("openssl x509 -noout -nameopt RFC2253,utf8,-esc_msb -dateopt iso_8601 " + what + " -in " +
-                        file);
+        std::vector<std::string> words{"x509",     "-noout",   "-nameopt", "RFC2253,utf8,-esc_msb",
+                                       "-dateopt", "iso_8601", "-in",      file};
+        words.insert(words.end(), what.begin(), what.end());
+        return opensslSays(words);
     }
 
     TemporaryDirectory directory_;
@@ -61,7 +67,8 @@ TEST_F(CertificateTest, EveryCertificateOfTheSystemReadsAsTheOpensslCommandReads
     for (const std::string& pem : blocks) {
         const Certificate certificate = decodeCertificate(toBytes(pem));
         ASSERT_NE(certificate, nullptr) << pem;
-        auto expected = fields(opensslText(pem, "-subject -issuer -serial -dates -fingerprint -sha256"));
+        auto expected =
+            fields(opensslText(pem, {"-subject", "-issuer", "-serial", "-dates", "-fingerprint", "-sha256"}));
         EXPECT_EQ(attribute(certificate.get(), "SUBJECT"), expected["subject"]);
         EXPECT_EQ(attribute(certificate.get(), "ISSUER"), expected["issuer"]);
         EXPECT_EQ(withoutColons(attribute(certificate.get(), "SERIAL")), expected["serial"]);
@@ -73,7 +80,7 @@ TEST_F(CertificateTest, EveryCertificateOfTheSystemReadsAsTheOpensslCommandReads
 }
 
 TEST_F(CertificateTest, TextsOfOneCertificateInFull) {
-    const std::string pem = makePem("/C=DE/O=Issuer, \"Inc\"/CN=J\xC3\xB6rg", "-set_serial 0x01abff -sha384");
+    const std::string pem = makePem("/C=DE/O=Issuer, \"Inc\"/CN=J\xC3\xB6rg", {"-set_serial", "0x01abff", "-sha384"});
     const Certificate certificate = decodeCertificate(toBytes(pem));
     ASSERT_NE(certificate, nullptr);
     const std::string name = "CN=J\xC3\xB6rg,O=Issuer\\, \\\"Inc\\\",C=DE";
@@ -92,10 +99,10 @@ TEST_F(CertificateTest, TextsOfOneCertificateInFull) {
 }
 
 TEST_F(CertificateTest, SerialNumberZeroAndNegative) {
-    const Certificate zero = decodeCertificate(toBytes(makePem("/CN=zero", "-set_serial 0")));
+    const Certificate zero = decodeCertificate(toBytes(makePem("/CN=zero", {"-set_serial", "0"})));
     EXPECT_EQ(attribute(zero.get(), "SERIAL"), "00");
     EXPECT_EQ(attribute(zero.get(), "SERIALNO"), "0");
-    const Certificate negative = decodeCertificate(toBytes(makePem("/CN=negative", "-set_serial -300")));
+    const Certificate negative = decodeCertificate(toBytes(makePem("/CN=negative", {"-set_serial", "-300"})));
     EXPECT_EQ(attribute(negative.get(), "SERIAL"), "-01:2C");
     EXPECT_EQ(attribute(negative.get(), "SERIALNO"), "-300");
 }

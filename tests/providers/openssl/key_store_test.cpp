@@ -362,7 +362,11 @@ TEST_F(KeyStores, ManyThreadsWhileTheFileChanges) {
     for (int i = 0; i < 20; ++i) {
         // A file is put in place whole, as an administrator should.
         writeFile(path_ + ".new", pemOf(i % 2 == 0 ? other_ : certificate_));
-        std::filesystem::rename(path_ + ".new", path_);
+        std::error_code busy;
+        do {
+            std::filesystem::rename(path_ + ".new", path_,
+                                    busy);  // some systems refuse it while the file is being read
+        } while (busy);
     }
     stop.store(true);
     for (std::thread& thread : threads)

@@ -3,15 +3,14 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cstdint>
-#include <cstdio>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "quorvanti/ssf.h"
+#include "tests/support/command.h"
 
 namespace quorvanti::test {
 
@@ -73,18 +72,11 @@ inline std::string lastSentence(std::int32_t code) {
     return hasInfo != 0 ? takeText(text, length) : std::string();
 }
 
-struct ClosePipe {
-    void operator()(std::FILE* pipe) const { pclose(pipe); }
-};
-
-// What a shell command prints.
-inline std::string outputOf(const std::string& command) {
-    const std::unique_ptr<std::FILE, ClosePipe> pipe(popen(command.c_str(), "r"));
-    std::string output;
-    std::array<char, 4096> buffer{};
-    while (const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), pipe.get()))
-        output.append(buffer.data(), count);
-    return output;
+// What the openssl command prints, on either stream.
+inline std::string opensslSays(std::vector<std::string> words) {
+    words.insert(words.begin(), "openssl");
+    const CommandResult result = runCommand(words);
+    return result.out + result.err;
 }
 
 }  // namespace quorvanti::test

@@ -1,6 +1,7 @@
 
 #include "quorvanti/ssf_kavsecu.h"
 #include "tests/providers/openssl/provider_calls.h"
+#include "tests/support/file_access.h"
 #include "tests/support/issuer/openssl_issuer.h"
 #include "tests/support/temporary_directory.h"
 
@@ -50,9 +51,9 @@ protected:
         writeFile(directory_.file("signature"), std::string(made.signature.begin(), made.signature.end()));
         writeFile(directory_.file("content"), std::string(content.begin(), content.end()));
         const std::string said =
-            outputOf("openssl cms -verify -binary -inform DER -in " + directory_.file("signature") + " -content " +
-                     directory_.file("content") + " -certfile " + issuer.certificatePemFile() + " -CAfile " +
-                     issuer.certificatePemFile() + " -purpose any -out /dev/null 2>&1");
+            opensslSays({"cms", "-verify", "-binary", "-inform", "DER", "-in", directory_.file("signature"), "-content",
+                         directory_.file("content"), "-certfile", issuer.certificatePemFile(), "-CAfile",
+                         issuer.certificatePemFile(), "-purpose", "any", "-out", directory_.file("verified")});
         EXPECT_NE(said.find("successful"), std::string::npos) << what << ": " << said;
         SsfSigRcpSsfInfoList* list = nullptr;
         std::uint8_t* output = nullptr;
@@ -175,11 +176,10 @@ TEST_F(SignRefusalTest, FileKeyStoreIsMadeFilledAndReadByOpenssl) {
     EXPECT_EQ(SsfPutCertificate(profile, certificate.get()), SSF_API_OK) << lastSentence(-1);
     EXPECT_EQ(SsfPutCertificate(profile, certificate.get()), SSF_API_OK);
     sec_close(&profile);
-    const std::string listed = outputOf("openssl pkcs12 -in " + file + " -passin pass:first -nokeys 2>&1");
+    const std::string listed = opensslSays({"pkcs12", "-in", file, "-passin", "pass:first", "-nokeys"});
     EXPECT_EQ(listed.find("-----BEGIN CERTIFICATE-----"), listed.rfind("-----BEGIN CERTIFICATE-----"));
     EXPECT_NE(listed.find("-----BEGIN CERTIFICATE-----"), std::string::npos) << listed;
-    EXPECT_EQ(std::filesystem::status(file).permissions(),
-              std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+    EXPECT_TRUE(onlyForTheOwner(file).value_or(true));
 }
 
 TEST_F(SignRefusalTest, ChangedPasswordOpensAndTheOldOneDoesNot) {
@@ -192,7 +192,7 @@ TEST_F(SignRefusalTest, ChangedPasswordOpensAndTheOldOneDoesNot) {
     EXPECT_EQ(kav_seclogin(file.data(), length, before.data(), size32(before.size())), SSF_API_INVALID_PASSWORD);
     EXPECT_EQ(kav_seclogin(file.data(), length, "new", 3), SSF_API_OK);
     EXPECT_EQ(sign({file, "new"}).code, SSF_API_OK);
-    const std::string shown = outputOf("openssl pkcs12 -in " + file + " -passin pass:new -nodes 2>&1");
+    const std::string shown = opensslSays({"pkcs12", "-in", file, "-passin", "pass:new", "-nodes"});
     EXPECT_NE(shown.find("PRIVATE KEY"), std::string::npos) << shown;
     std::int32_t needsPassword = 0;
     EXPECT_EQ(kav_secin(file.data(), length, &needsPassword), SSF_API_OK);

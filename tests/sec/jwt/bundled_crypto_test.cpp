@@ -4,11 +4,12 @@
 #include "sec/jwt/jwt_signature.h"
 #include "sec/voraksso/state.h"
 #include "tests/sec/jwt/token_maker.h"
+#include "tests/support/command.h"
 #include "tests/support/temporary_directory.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
+#include <cstdio>
 #include <vector>
 
 namespace quorvanti::test {
@@ -71,8 +72,22 @@ std::string publicKeyOf(const std::string& modulus) {
            std::string("\x00\x01", 2);
 }
 
-void run(const std::string& command) {
-    ASSERT_EQ(std::system(command.c_str()), 0) << command;
+using Words = std::vector<std::string>;
+
+void openssl(Words words) {
+    words.insert(words.begin(), "openssl");
+    const CommandResult result = runCommand(words);
+    ASSERT_EQ(result.exitCode, 0) << words[1] << ": " << result.err;
+}
+
+std::string hexadecimal(const std::string& bytes) {
+    std::string digits;
+    for (const char byte : bytes) {
+        char pair[3];
+        std::snprintf(pair, sizeof pair, "%02x", static_cast<unsigned>(static_cast<unsigned char>(byte)));
+        digits += pair;
+    }
+    return digits;
 }
 
 class BundledCrypto : public ::testing::Test {
@@ -151,35 +166,38 @@ TEST_F(BundledCrypto, ReadsAnRsaKeyInEveryFormAndNeverTakesItForAMac) {
     const std::string key = directory.file("key");
     const std::string out = directory.file("out");
     const std::string certificate = directory.file("certificate");
-    run("openssl genpkey -quiet -algorithm RSA -pkeyopt rsa_keygen_bits:2048 -out " + key);
-    run("openssl req -x509 -key " + key + " -subj /CN=issuer -out " + certificate);
-    const std::string forms[] = {
-        "openssl x509 -in " + certificate,          "openssl x509 -outform DER -in " + certificate,
-        "openssl pkey -pubout -in " + key,          "openssl pkey -pubout -outform DER -in " + key,
-        "openssl rsa -RSAPublicKey_out -in " + key, "openssl rsa -RSAPublicKey_out -outform DER -in " + key};
+    openssl({"genpkey", "-quiet", "-algorithm", "RSA", "-pkeyopt", "rsa_keygen_bits:2048", "-out", key});
+    openssl({"req", "-x509", "-key", key, "-subj", "/CN=issuer", "-out", certificate});
+    const Words forms[] = {{"x509", "-in", certificate},
+                           {"x509", "-outform", "DER", "-in", certificate},
+                           {"pkey", "-pubout", "-in", key},
+                           {"pkey", "-pubout", "-outform", "DER", "-in", key},
+                           {"rsa", "-RSAPublicKey_out", "-in", key},
+                           {"rsa", "-RSAPublicKey_out", "-outform", "DER", "-in", key}};
     for (const char* bits : {"256", "384", "512"}) {
         const std::string text =
             base64Url(std::string("{\"alg\":\"RS") + bits + "\"}") + "." + base64Url(R"({"sub":"bob"})");
         writeFile(directory.file("text"), text);
-        run("openssl dgst -sha" + std::string(bits) + " -sign " + key + " -out " + out + " " + directory.file("text"));
+        openssl({"dgst", "-sha" + std::string(bits), "-sign", key, "-out", out, directory.file("text")});
         const std::string token = text + "." + base64Url(readFile(out));
-        for (const std::string& form : forms) {
-            run(form + " >" + out + " 2>/dev/null");
+        for (Words form : forms) {
+            form.insert(form.end(), {"-out", out});
+            openssl(form);
             const std::string publicKey = readFile(out);
-            EXPECT_EQ(outcome(token, publicKey), "0 ") << form;
+            EXPECT_EQ(outcome(token, publicKey), "0 ") << testing::PrintToString(form);
             EXPECT_EQ(outcome(token.substr(0, token.size() - 4) + "AAAA", publicKey),
                       "5 JWT signature validation failed")
-                << form;
+                << testing::PrintToString(form);
 
             // What an attacker makes of it: an HMAC with the bytes that everybody knows.
             const std::string forged =
                 base64Url(std::string("{\"alg\":\"HS") + bits + "\"}") + "." + base64Url(R"({"sub":"eve"})");
             writeFile(directory.file("forged"), forged);
-            run("openssl dgst -sha" + std::string(bits) + " -mac HMAC -macopt hexkey:$(od -An -v -tx1 " + out +
-                " | tr -d ' \\n') -binary -out " + directory.file("mac") + " " + directory.file("forged"));
+            openssl({"dgst", "-sha" + std::string(bits), "-mac", "HMAC", "-macopt", "hexkey:" + hexadecimal(publicKey),
+                     "-binary", "-out", directory.file("mac"), directory.file("forged")});
             EXPECT_EQ(outcome(forged + "." + base64Url(readFile(directory.file("mac"))), publicKey),
                       "5 JWT signature validation failed")
-                << form;
+                << testing::PrintToString(form);
         }
     }
 }
@@ -190,8 +208,8 @@ TEST_F(BundledCrypto, AcceptsMacsThatOpensslMade) {
         const std::string text = base64Url(std::string("{\"alg\":\"HS") + bits + "\",\"typ\":\"JWT\"}") + "." +
                                  base64Url(R"({"sub":"bob"})");
         writeFile(directory.file("text"), text);
-        run("openssl dgst -sha" + std::string(bits) + " -hmac secret -binary -out " + directory.file("mac") + " " +
-            directory.file("text"));
+        openssl({"dgst", "-sha" + std::string(bits), "-hmac", "secret", "-binary", "-out", directory.file("mac"),
+                 directory.file("text")});
         const std::string token = text + "." + base64Url(readFile(directory.file("mac")));
         EXPECT_EQ(outcome(token, "secret"), "0 ");
         EXPECT_EQ(outcome(token, "secreT"), "5 JWT signature validation failed");

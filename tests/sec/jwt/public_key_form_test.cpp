@@ -1,14 +1,15 @@
 #include "sec/jwt/public_key_form.h"
 
+#include "tests/support/command.h"
 #include "tests/support/temporary_directory.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <memory>
 #include <random>
 #include <string>
+#include <vector>
 
 namespace quorvanti::test {
 namespace {
@@ -17,8 +18,12 @@ std::span<const std::uint8_t> bytesOf(std::string_view text) {
     return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
 
-void run(const std::string& command) {
-    ASSERT_EQ(std::system(command.c_str()), 0) << command;
+using Words = std::vector<std::string>;
+
+void openssl(Words words) {
+    words.insert(words.begin(), "openssl");
+    const CommandResult result = runCommand(words);
+    ASSERT_EQ(result.exitCode, 0) << words[1] << ": " << result.err;
 }
 
 bool isPublic(std::string_view key) {
@@ -28,39 +33,51 @@ bool isPublic(std::string_view key) {
 TEST(PublicKeyForm, IsSeenInWhatOpensslWrites) {
     const TemporaryDirectory directory;
     const std::string key = directory.file("key");
+    const std::string certificate = directory.file("certificate");
     const std::string out = directory.file("out");
-    for (const char* algorithm :
-         {"RSA -pkeyopt rsa_keygen_bits:1024", "EC -pkeyopt ec_paramgen_curve:P-256", "ED25519"}) {
-        run("openssl genpkey -quiet -algorithm " + std::string(algorithm) + " -out " + key);
-        const bool isRsa = std::string(algorithm).starts_with("RSA");
-        std::vector<std::string> commands = {"openssl pkey -in " + key + " -pubout",
-                                             "openssl pkey -in " + key + " -pubout -outform DER",
-                                             "openssl pkey -in " + key + " -pubout -outform DER | openssl base64",
-                                             "openssl pkey -in " + key + " -pubout -outform DER | openssl base64 -A"};
-        for (const char* form : {"", " -outform DER", " -text", " -trustout"}) {
-            commands.push_back("openssl req -x509 -key " + key + " -subj /CN=test | openssl x509" + form);
-        }
-        commands.push_back("openssl req -x509 -key " + key +
-                           " -subj /CN=test | openssl x509 -outform DER | openssl base64");
-        commands.push_back("openssl req -new -key " + key + " -subj /CN=test");
+    const std::string coded = directory.file("coded");
+    for (const Words& algorithm : {Words{"RSA", "-pkeyopt", "rsa_keygen_bits:1024"},
+                                   Words{"EC", "-pkeyopt", "ec_paramgen_curve:P-256"}, Words{"ED25519"}}) {
+        Words words{"genpkey", "-quiet", "-out", key, "-algorithm"};
+        words.insert(words.end(), algorithm.begin(), algorithm.end());
+        openssl(words);
+        openssl({"req", "-x509", "-key", key, "-subj", "/CN=test", "-out", certificate});
+        const bool isRsa = algorithm[0] == "RSA";
+        std::vector<Words> commands = {{"pkey", "-in", key, "-pubout"},
+                                       {"pkey", "-in", key, "-pubout", "-outform", "DER"},
+                                       {"x509", "-in", certificate},
+                                       {"x509", "-in", certificate, "-outform", "DER"},
+                                       {"x509", "-in", certificate, "-text"},
+                                       {"x509", "-in", certificate, "-trustout"},
+                                       {"req", "-new", "-key", key, "-subj", "/CN=test"}};
         if (isRsa) {
-            commands.push_back("openssl rsa -in " + key + " -RSAPublicKey_out");
-            commands.push_back("openssl rsa -in " + key + " -RSAPublicKey_out -outform DER");
+            commands.push_back({"rsa", "-in", key, "-RSAPublicKey_out"});
+            commands.push_back({"rsa", "-in", key, "-RSAPublicKey_out", "-outform", "DER"});
         }
-        for (const std::string& command : commands) {
-            run("(" + command + ") 2>/dev/null >" + out);
-            const std::string text = readFile(out);
-            ASSERT_GT(text.size(), 40U) << command;
-            EXPECT_TRUE(isPublic(text)) << command;
-            EXPECT_TRUE(isPublic(text + "\n")) << command;
+        const auto expectPublic = [&algorithm](const std::string& file, const Words& command) {
+            const std::string text = readFile(file);
+            ASSERT_GT(text.size(), 40U) << algorithm[0] << testing::PrintToString(command);
+            EXPECT_TRUE(isPublic(text)) << algorithm[0] << testing::PrintToString(command);
+            EXPECT_TRUE(isPublic(text + "\n")) << algorithm[0] << testing::PrintToString(command);
+        };
+        for (Words command : commands) {
+            command.insert(command.end(), {"-out", out});
+            openssl(command);
+            expectPublic(out, command);
+            if (std::find(command.begin(), command.end(), "DER") != command.end()) {
+                openssl({"base64", "-in", out, "-out", coded});
+                expectPublic(coded, command);
+                openssl({"base64", "-A", "-in", out, "-out", coded});
+                expectPublic(coded, command);
+            }
         }
         // A private key is nobody's trap: whoever has it may sign.
         for (const char* form : {"PEM", "DER"}) {
-            run("openssl pkey -in " + key + " -outform " + form + " -out " + out);
-            EXPECT_FALSE(isPublic(readFile(out))) << algorithm << form;
+            openssl({"pkey", "-in", key, "-outform", form, "-out", out});
+            EXPECT_FALSE(isPublic(readFile(out))) << algorithm[0] << form;
         }
         if (isRsa) {
-            run("openssl rsa -traditional -in " + key + " -outform DER -out " + out + " 2>/dev/null");
+            openssl({"rsa", "-traditional", "-in", key, "-outform", "DER", "-out", out});
             EXPECT_FALSE(isPublic(readFile(out)));
         }
     }
@@ -86,8 +103,8 @@ TEST(PublicKeyForm, IsNotSeenInSecrets) {
 
 TEST(PublicKeyForm, IsReadWithinItsBytes) {
     const TemporaryDirectory directory;
-    run("openssl req -x509 -newkey rsa:1024 -noenc -keyout /dev/null -subj /CN=test -outform DER -out " +
-        directory.file("der") + " 2>/dev/null");
+    openssl({"req", "-x509", "-newkey", "rsa:1024", "-noenc", "-keyout", directory.file("key"), "-subj", "/CN=test",
+             "-outform", "DER", "-out", directory.file("der")});
     const std::string der = readFile(directory.file("der"));
     ASSERT_TRUE(isPublic(der));
     for (std::size_t length = 0; length < der.size(); ++length) {
@@ -107,20 +124,20 @@ TEST(PublicKeyForm, IsReadWithinItsBytes) {
 TEST(PublicKeyForm, GivesTheCertificateOfAText) {
     const TemporaryDirectory directory;
     const std::string pem = directory.file("pem");
-    run("openssl req -x509 -newkey rsa:1024 -noenc -keyout " + directory.file("key") + " -subj /CN=test -out " + pem +
-        " 2>/dev/null");
-    run("openssl x509 -in " + pem + " -outform DER -out " + directory.file("der"));
-    run("openssl base64 -in " + directory.file("der") + " -out " + directory.file("base64"));
-    run("openssl x509 -in " + pem + " -text -out " + directory.file("text"));
-    run("openssl pkey -in " + directory.file("key") + " -pubout -out " + directory.file("public"));
-    run("openssl pkey -in " + directory.file("key") + " -pubout -outform DER | openssl base64 -out " +
-        directory.file("public64"));
+    const std::string key = directory.file("key");
+    openssl({"req", "-x509", "-newkey", "rsa:1024", "-noenc", "-keyout", key, "-subj", "/CN=test", "-out", pem});
+    openssl({"x509", "-in", pem, "-outform", "DER", "-out", directory.file("der")});
+    openssl({"base64", "-in", directory.file("der"), "-out", directory.file("base64")});
+    openssl({"x509", "-in", pem, "-text", "-out", directory.file("text")});
+    openssl({"pkey", "-in", key, "-pubout", "-out", directory.file("public")});
+    openssl({"pkey", "-in", key, "-pubout", "-outform", "DER", "-out", directory.file("publicDer")});
+    openssl({"base64", "-in", directory.file("publicDer"), "-out", directory.file("public64")});
     const std::string der = readFile(directory.file("der"));
     const auto certificateOf = [&](const std::string& text) {
         const auto bytes = certificateOfText(bytesOf(text));
         return std::string(bytes.begin(), bytes.end());
     };
-    const std::string text = readFile(pem);
+    const std::string text = readText(pem);
     EXPECT_EQ(certificateOf(text), der);
     EXPECT_EQ(certificateOf(readFile(directory.file("base64"))), der);
     EXPECT_EQ(certificateOf(readFile(directory.file("text"))), der);

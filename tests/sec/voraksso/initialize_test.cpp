@@ -169,7 +169,7 @@ TEST_F(Initialize, TakesTheTraceFromTheEnvironmentLevelFirst) {
     const CryptoDouble crypto;
     EXPECT_EQ(VorakInitialize(crypto.path().c_str()), VORAK_OK);
     EXPECT_TRUE(
-        readFile(file).starts_with("\n---------------------------------------------------\n"
+        readText(file).starts_with("\n---------------------------------------------------\n"
                                    "trc file: \"trace\", trc level: 2, release: \"742\"\n"));
     VorakShutdown();
     EXPECT_EQ(traceState().stream.load(), nullptr) << "the shutdown closes the trace";

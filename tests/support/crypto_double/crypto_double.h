@@ -20,6 +20,8 @@
 
 #include <quorvanti/ssf.h>
 
+#include "tests/support/shared_library.h"
+
 #include <atomic>
 #include <cstdint>
 #include <functional>
@@ -129,10 +131,5 @@ private:
     DoubleControl* control_ = nullptr;
     std::atomic<int>* overlappingCalls_ = nullptr;
 };
-
-// Opens and closes a library beside the engine's own loader.
-void* openSharedLibrary(const char* path);
-void closeSharedLibrary(void* library);
-void (*findInSharedLibrary(void* library, const char* name))();
 
 }  // namespace quorvanti::test

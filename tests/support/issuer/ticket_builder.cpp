@@ -1,6 +1,7 @@
 #include "tests/support/issuer/ticket_builder.h"
 
 #include <array>
+#include <chrono>
 #include <cstdio>
 
 namespace quorvanti::test {
@@ -87,10 +88,15 @@ Bytes TicketBuilder::signedBytes() const {
 }
 
 std::string TicketBuilder::timeDigits(std::time_t utc) {
-    std::tm parts{};
-    gmtime_r(&utc, &parts);
-    std::array<char, 32> digits{};
-    std::strftime(digits.data(), digits.size(), "%Y%m%d%H%M", &parts);
+    using namespace std::chrono;
+    const auto minute = floor<minutes>(sys_seconds(seconds(utc)));
+    const auto day = floor<days>(minute);
+    const year_month_day date(day);
+    const hh_mm_ss time(minute - day);
+    std::array<char, 64> digits{};
+    std::snprintf(digits.data(), digits.size(), "%04d%02u%02u%02d%02d", static_cast<int>(date.year()),
+                  static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+                  static_cast<int>(time.hours().count()), static_cast<int>(time.minutes().count()));
     return digits.data();
 }
 

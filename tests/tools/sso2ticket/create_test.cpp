@@ -1,5 +1,6 @@
 // Tickets that the program issues are evaluated by the program, and their signatures accepted by openssl.
 #include "tests/support/issuer/in_process_issuer.h"
+#include "tests/support/pattern.h"
 #include "tests/tools/sso2ticket/tool.h"
 #include "tools/sso2ticket/ticket_dissection.h"
 #include "tools/sso2ticket/ticket_input.h"
@@ -55,7 +56,7 @@ TEST_F(Create, TheRecipientAcceptsTheTicket) {
         {"--user", "JDOE", "--portal-user", "j\xC3\xB6rg", "--language", "E", "--auth-scheme", "basicauthentication"});
     ASSERT_EQ(made.exitCode, accepted) << made.err;
     EXPECT_EQ(made.err, "");
-    EXPECT_THAT(made.out, MatchesRegex("[A-Za-z0-9!/]+=*\n"));
+    EXPECT_THAT(made.out, MatchesPattern("[A-Za-z0-9!/]+=*\n"));
     const CommandResult evaluated = evaluate(made.out, "DEV", "200");
     ASSERT_EQ(evaluated.exitCode, accepted) << evaluated.out;
     const auto contents = json(evaluated);

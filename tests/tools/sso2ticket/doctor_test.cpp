@@ -34,9 +34,9 @@ TEST_F(Doctor, SaysWhichLibrariesAreLoadedFromWhere) {
     EXPECT_EQ(result.exitCode, accepted);
     const auto found = json(result);
     EXPECT_EQ(found["library"]["version"], 15);
-    EXPECT_THAT(std::string(found["library"]["path"]), EndsWith("libquorvanti.so"));
+    EXPECT_THAT(std::string(found["library"]["path"]), EndsWith(QUORVANTI_LIBRARY_NAME));
     EXPECT_EQ(found["cryptoLibrary"]["loaded"], true);
-    EXPECT_THAT(std::string(found["cryptoLibrary"]["path"]), EndsWith("libkavcrypto.so"));
+    EXPECT_THAT(std::string(found["cryptoLibrary"]["path"]), EndsWith(QUORVANTI_CRYPTO_NAME));
     EXPECT_THAT(std::string(found["cryptoLibrary"]["version"]), HasSubstr("OpenSSL 3"));
     EXPECT_EQ(found["problems"].size(), 0U);
     EXPECT_THAT(doctor({}).out, EndsWith("no problem was found\n"));

@@ -60,7 +60,7 @@ TEST_F(JwtVerify, TakesTheKeyInEveryForm) {
              {"pkey", "-in", directory_.file("key"), "-pubout", "-outform", "DER"},
              {"rsa", "-in", directory_.file("key"), "-RSAPublicKey_out"},
              {"rsa", "-in", directory_.file("key"), "-RSAPublicKey_out", "-outform", "DER"}}) {
-        writeFile(out, openssl(form).out);
+        writeFile(out, openssl(form).bytes);
         EXPECT_EQ(verify({"--key", out, token}).exitCode, accepted) << form[0] << form.back();
     }
 }

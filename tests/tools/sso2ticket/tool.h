@@ -3,6 +3,7 @@
 
 #include "tests/support/command.h"
 #include "tests/support/environment.h"
+#include "tests/support/temporary_directory.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

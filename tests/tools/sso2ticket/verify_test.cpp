@@ -2,6 +2,7 @@
 #include "tests/support/command.h"
 #include "tests/support/environment.h"
 #include "tests/support/issuer/in_process_issuer.h"
+#include "tests/support/temporary_directory.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -80,8 +81,7 @@ TEST_F(Verify, TheConverterSaysNothingUnlessTheEnvironmentWantsIt) {
 }
 
 TEST_F(Verify, PrintsTheRealCreationTime) {
-    std::tm parts{};
-    gmtime_r(&now_, &parts);
+    const std::tm parts = *std::gmtime(&now_);
     char expected[32];
     std::strftime(expected, sizeof expected, "%Y-%m-%dT%H:%M:00Z", &parts);
     EXPECT_THAT(verify({ticket_}).out, HasSubstr(std::string("created                ") + expected + "\n"));
@@ -170,10 +170,12 @@ TEST_F(Verify, AKeyStoreThatCannotBeUsedIsAMatterOfConfiguration) {
 }
 
 TEST_F(Verify, APathThatTheLibraryWouldCutIsRefused) {
-    const std::string slashes(132 - profile_.size(), '/');  // a longer way to the same file
-    const std::string longest = "/" + slashes.substr(1) + profile_;
+    const std::string name = "/profile.pem";
+    const std::string directory = directory_.path().string();
+    const std::string slashes(132 - directory.size() - name.size(), '/');  // a longer way to the same file
+    const std::string longest = directory + slashes + name;
     EXPECT_EQ(run({"--profile", longest, ticket_}).exitCode, accepted);
-    expectTalk(run({"--profile", "/" + longest, ticket_}), configuration, "132 characters");
+    expectTalk(run({"--profile", directory + "/" + slashes + name, ticket_}), configuration, "132 characters");
 }
 
 TEST_F(Verify, InputThatCannotBeReadIsSaid) {

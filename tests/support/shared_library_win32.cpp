@@ -1,4 +1,4 @@
-#include "tests/support/crypto_double/crypto_double.h"
+#include "tests/support/shared_library.h"
 
 #include <windows.h>
 
@@ -8,12 +8,16 @@ void* openSharedLibrary(const char* path) {
     return LoadLibraryA(path);
 }
 
-void closeSharedLibrary(void* library) {
-    FreeLibrary(static_cast<HMODULE>(library));
+bool closeSharedLibrary(void* library) {
+    return FreeLibrary(static_cast<HMODULE>(library)) != FALSE;
 }
 
 void (*findInSharedLibrary(void* library, const char* name))() {
     return reinterpret_cast<void (*)()>(GetProcAddress(static_cast<HMODULE>(library), name));
+}
+
+bool isSharedLibraryLoaded(const char* path) {
+    return GetModuleHandleA(path) != nullptr;
 }
 
 }  // namespace quorvanti::test

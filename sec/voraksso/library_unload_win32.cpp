@@ -1,0 +1,12 @@
+// Nobody but us knows when the host lets the DLL go.
+#include "krn/thr/thr.h"
+
+#include <windows.h>
+
+BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID processEnds) {
+    // At the end of the process the other threads are gone already, perhaps with locks in hand: keep off.
+    if (reason == DLL_PROCESS_DETACH && processEnds == nullptr) {
+        quorvanti::ThrKeysGiveBack();
+    }
+    return TRUE;
+}

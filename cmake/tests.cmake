@@ -23,7 +23,7 @@ function(quorvanti_test name)
     target_compile_definitions(${name} PRIVATE
       QUORVANTI_LIBRARY_NAME="$<TARGET_FILE_NAME:quorvanti>" QUORVANTI_CRYPTO_NAME="$<TARGET_FILE_NAME:kavcrypto>")
   endif()
-  set(properties TIMEOUT 300)
+  set(properties TIMEOUT 600)
   if(arg_FIXTURE)
     list(APPEND properties FIXTURES_REQUIRED ${arg_FIXTURE})
   endif()

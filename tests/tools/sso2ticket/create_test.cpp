@@ -187,7 +187,7 @@ TEST_F(OldKeyStore, EachWayNotToOpenHasItsAnswer) {
         EXPECT_EQ(told("Key store " + store_ + " does not open with the password given."), 25);
     }
     {
-        const EnvironmentVariable withoutOldCiphers("OPENSSL_MODULES", directory_.path().c_str());
+        const EnvironmentVariable withoutOldCiphers("OPENSSL_MODULES", directory_.path().string().c_str());
         EXPECT_EQ(told("Key store " + store_ + " is encrypted with "), 24);
         EXPECT_EQ(told(", which cannot be read here"), 24);
     }

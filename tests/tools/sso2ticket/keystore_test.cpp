@@ -159,7 +159,7 @@ TEST_F(Keystore, EachWayNotToOpenHasItsSentence) {
     expectTalk(refused, configuration, "the password is wrong");
     EXPECT_THAT(refused.err, Not(HasSubstr("swordfish")));
     opensslStore({"-legacy", "-certpbe", "PBE-SHA1-RC2-40", "-keypbe", "PBE-SHA1-3DES"});
-    const EnvironmentVariable withoutOldCiphers("OPENSSL_MODULES", directory_.path().c_str());
+    const EnvironmentVariable withoutOldCiphers("OPENSSL_MODULES", directory_.path().string().c_str());
     expectTalk(keystore("list", {store_}), configuration, "is encrypted with a cipher that cannot be read here");
 }
 

@@ -2,9 +2,11 @@
  * What an issuing system does to make a ticket, signing aside: it writes the fields, has the bytes signed by whatever
  * signs there, and writes the whole of it as text. docs/ticket-format.md describes the bytes.
  *
- *   issue_ticket content user=JDOE client=100 system=PRD created=now hours=8 >content
- *   openssl cms -sign -binary -outform DER -in content -signer certificate.pem -inkey key.pem -out signature
- *   issue_ticket text content signature >ticket
+ *   issue_ticket content FILE user=JDOE client=100 system=PRD created=now hours=8
+ *   openssl cms -sign -binary -outform DER -in FILE -signer certificate.pem -inkey key.pem -out signature
+ *   issue_ticket text FILE signature >ticket
+ *
+ * The content goes into a file, because what is printed may have its line ends translated on the way.
  */
 #include <stdint.h>
 #include <stdio.h>
@@ -82,8 +84,15 @@ static void append_field(struct bytes* to, const struct field* field, const char
     append_unit(to, field->id, text, strlen(text));
 }
 
+static void write_file(const char* name, const struct bytes* bytes) {
+    FILE* stream = fopen(name, "wb");
+    if (stream == NULL || fwrite(bytes->data, 1, bytes->length, stream) != bytes->length || fclose(stream) != 0) {
+        fail("cannot write ", name);
+    }
+}
+
 /* version, code page (here UTF-8), the fields: the bytes that are signed */
-static void content(int count, char** assignments) {
+static void content(const char* file, int count, char** assignments) {
     struct bytes ticket = {{0}, 0};
     append(&ticket,
            "\x02"
@@ -103,7 +112,7 @@ static void content(int count, char** assignments) {
         }
         append_field(&ticket, found, equals + 1);
     }
-    fwrite(ticket.data, 1, ticket.length, stdout);
+    write_file(file, &ticket);
 }
 
 static void read_file(struct bytes* to, const char* name) {
@@ -139,12 +148,12 @@ static void text(const char* contentFile, const char* signatureFile) {
 }
 
 int main(int argc, char** argv) {
-    if (argc >= 3 && strcmp(argv[1], "content") == 0) {
-        content(argc - 2, argv + 2);
+    if (argc >= 4 && strcmp(argv[1], "content") == 0) {
+        content(argv[2], argc - 3, argv + 3);
     } else if (argc == 4 && strcmp(argv[1], "text") == 0) {
         text(argv[2], argv[3]);
     } else {
-        fail("usage: issue_ticket content NAME=VALUE... | issue_ticket text CONTENT SIGNATURE", "");
+        fail("usage: issue_ticket content FILE NAME=VALUE... | issue_ticket text CONTENT SIGNATURE", "");
     }
     return fflush(stdout) == 0 && ferror(stdout) == 0 ? 0 : 1;
 }

@@ -34,7 +34,7 @@ openssl req -x509 -newkey rsa:2048 -nodes -days 30 -subj "/CN=Portal" -keyout "$
 
 # issue HOURS: a ticket of the portal, percent-encoded as in a cookie
 issue() {
-    "$build/bin/issue_ticket" content user=JDOE client=100 system=PRD created=now "hours=$1" >"$work/content"
+    "$build/bin/issue_ticket" content "$work/content" user=JDOE client=100 system=PRD created=now "hours=$1"
     openssl cms -sign -binary -outform DER -md sha256 -in "$work/content" -out "$work/signature" \
         -signer "$work/portal.pem" -inkey "$work/portal.key"
     "$build/bin/issue_ticket" text "$work/content" "$work/signature" | sed 's/+/%2B/g; s|/|%2f|g; s/=/%3D/g'

@@ -14,12 +14,14 @@ std::string program() {
 }
 
 TEST(IssueTicket, WritesTheBytesThatAreSigned) {
+    const TemporaryDirectory directory;
     const CommandResult result =
-        runCommand({program(), "content", "user=JDOE", "client=100", "system=PRD", "created=202402291235", "hours=258",
-                    "minutes=-1", "language=EN", "portal=portal:jdoe", "scheme=basicauthentication"});
+        runCommand({program(), "content", directory.file("content"), "user=J\nDOE", "client=100", "system=PRD",
+                    "created=202402291235", "hours=258", "minutes=-1", "language=EN", "portal=portal:jdoe",
+                    "scheme=basicauthentication"});
     EXPECT_EQ(result.exitCode, 0) << result.err;
     const Bytes expected = TicketBuilder()
-                               .user("JDOE")
+                               .user("J\nDOE")
                                .client("100")
                                .systemId("PRD")
                                .creation("202402291235")
@@ -29,12 +31,15 @@ TEST(IssueTicket, WritesTheBytesThatAreSigned) {
                                .portalUser("jdoe")
                                .authScheme("basicauthentication")
                                .signedBytes();
-    EXPECT_EQ(bytesOf(result.bytes), expected);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(bytesOf(readFile(directory.file("content"))), expected);
 }
 
 TEST(IssueTicket, WritesTheCurrentMinute) {
+    const TemporaryDirectory directory;
     const std::string before = TicketBuilder::timeDigits(std::time(nullptr));
-    const std::string written = runCommand({program(), "content", "created=now"}).out.substr(8);
+    EXPECT_EQ(runCommand({program(), "content", directory.file("content"), "created=now"}).exitCode, 0);
+    const std::string written = readFile(directory.file("content")).substr(8);
     EXPECT_TRUE(written == before || written == TicketBuilder::timeDigits(std::time(nullptr))) << written;
 }
 
@@ -53,8 +58,12 @@ TEST(IssueTicket, PutsContentAndSignatureIntoText) {
 }
 
 TEST(IssueTicket, RefusesWhatItDoesNotKnow) {
-    EXPECT_EQ(runCommand({program(), "content", "shoe=42"}).exitCode, 2);
-    EXPECT_EQ(runCommand({program(), "content", "user=" + std::string(257, 'x')}).exitCode, 2);
+    const TemporaryDirectory directory;
+    const std::string file = directory.file("content");
+    EXPECT_EQ(runCommand({program(), "content", file, "shoe=42"}).exitCode, 2);
+    EXPECT_EQ(runCommand({program(), "content", file, "user=" + std::string(257, 'x')}).exitCode, 2);
+    EXPECT_FALSE(std::filesystem::exists(file)) << "half done";
+    EXPECT_EQ(runCommand({program(), "content", "/nonexistent/content", "user=JDOE"}).exitCode, 2);
     EXPECT_EQ(runCommand({program(), "text", "/nonexistent", "/nonexistent"}).exitCode, 2);
     EXPECT_EQ(runCommand({program()}).exitCode, 2);
 }

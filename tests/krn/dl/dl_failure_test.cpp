@@ -17,14 +17,6 @@ constexpr char kSample[] = DL_SAMPLE;
 constexpr char kHolderBase[] = DL_HOLDER_BASE;
 constexpr char kHolder[] = DL_HOLDER;
 
-std::string doubled(const std::string& text) {
-    std::string result;
-    for (const char character : text) {
-        result.append(character == '%' ? 2 : 1, character);
-    }
-    return result;
-}
-
 class DlFailure : public test::DlFixture {};
 
 TEST_F(DlFailure, NoNameAndAnEmptyOneAreRefused) {

@@ -38,6 +38,15 @@ protected:
         return copy;
     }
 
+    // With every percent sign twice.
+    static std::string doubled(const std::string& text) {
+        std::string result;
+        for (const char character : text) {
+            result.append(character == '%' ? 2 : 1, character);
+        }
+        return result;
+    }
+
     // "dlopen", "LoadLibrary" and so on.
     const std::string load_ = dlSystemNames.load;
     const std::string find_ = dlSystemNames.find;

@@ -44,17 +44,21 @@ TEST_F(DlWin32, AMissingLibraryIsErrorNumber126WithTheSystemsText) {
     EXPECT_EQ(recorded(9), "LoadLibrary(\"nosuchthing.dll\")\n  " + error);
 }
 
-TEST_F(DlWin32, AFileThatIsNoLibraryIsErrorNumber193) {
+// The text of the system for it names the file as "%1", and nothing is put in its place.
+TEST_F(DlWin32, AFileThatIsNoLibraryIsErrorNumber193WithThePercentSignOfItsText) {
     const std::string name = directory_.file("text.dll");
     test::writeFile(name, "no library");
     const TraceCapture trace(1);
     std::int32_t handle = -1;
     EXPECT_EQ(DlLoadLib(name.c_str(), handle), -2);
-    EXPECT_TRUE(trace.contains("Error 193 = \"")) << trace.text();
+    const std::string error = test::loadErrorOf(name.c_str());
+    EXPECT_TRUE(error.starts_with("Error 193 = \"")) << error;
+    EXPECT_NE(error.find("%1"), std::string::npos) << error;
+    EXPECT_TRUE(trace.contains(doubled(error))) << trace.text();
+    EXPECT_NE(recorded(9).find(error), std::string::npos) << recorded(9);
 }
 
-// The texts of the system name what they speak of as "%1"; nothing is put in its place.
-TEST_F(DlWin32, APercentSignOfASystemTextIsDoubledInWhatIsTraced) {
+TEST_F(DlWin32, APercentSignOfTheNameIsDoubledInWhatIsTraced) {
     const TraceCapture trace(1);
     SetLastError(0);
     std::int32_t handle = -1;

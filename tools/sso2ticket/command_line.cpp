@@ -75,6 +75,8 @@ void addCompletion(CLI::App& app, Action& action) {
 }  // namespace
 
 void addCommands(CLI::App& app, Action& action) {
+    // The same command lines everywhere: what begins with a slash is a file's name, or a ticket.
+    app.allow_windows_style_options(false);
     addVerify(app, action);
     addInspect(app, action);
     addCreate(app, action);

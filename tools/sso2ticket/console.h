@@ -1,4 +1,4 @@
-// The terminal that somebody sits at.
+// The terminal that somebody sits at, and the standard streams.
 #pragma once
 
 #include "tools/sso2ticket/secret.h"
@@ -11,7 +11,8 @@ namespace quorvanti {
 // when there is no terminal.
 Secret askForSecret(const std::string& prompt);
 
-// From here on standard output takes bytes as they are.
+// From here on the standard stream gives or takes bytes as they are.
+void readBytesAsTheyAre();
 void writeBytesAsTheyAre();
 
 }  // namespace quorvanti

@@ -57,6 +57,8 @@ Secret askForSecret(const std::string& prompt) {
     return secret;
 }
 
+void readBytesAsTheyAre() {}
+
 void writeBytesAsTheyAre() {}
 
 }  // namespace quorvanti

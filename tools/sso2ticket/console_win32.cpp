@@ -25,6 +25,10 @@ Secret askForSecret(const std::string& prompt) {
     return secret;
 }
 
+void readBytesAsTheyAre() {
+    _setmode(_fileno(stdin), _O_BINARY);
+}
+
 void writeBytesAsTheyAre() {
     _setmode(_fileno(stdout), _O_BINARY);
 }

@@ -1,4 +1,5 @@
 #include "tools/sso2ticket/command_line.h"
+#include "tools/sso2ticket/console.h"
 #include "tools/sso2ticket/failure.h"
 
 #include <iostream>
@@ -41,6 +42,7 @@ int run(int argc, char** argv) {
         const int exit = app.exit(error, std::cout, std::cerr);
         return static_cast<int>(exit == 0 ? ExitCode::accepted : ExitCode::usage);
     }
+    readBytesAsTheyAre();  // a certificate may come that way
     return static_cast<int>(action(std::cin, std::cout));
 }
 

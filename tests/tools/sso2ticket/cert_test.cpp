@@ -50,6 +50,19 @@ TEST_F(Cert, ReadsDerPemAndBareBase64) {
     EXPECT_EQ(tool({"cert", bare}).out, expected);
 }
 
+TEST_F(Cert, ReadsBytesFromStandardInputAsTheyAre) {
+    const std::string der = directory_.file("line-ends.der");
+    openssl({"x509", "-in", pem_, "-signkey", directory_.file("key"), "-set_serial", "0x0D0A1A0D0A0A1A", "-outform",
+             "DER", "-out", der});
+    EXPECT_EQ(tool({"cert", "-", "--attribute", "SERIAL"}, readFile(der)).out, "0D:0A:1A:0D:0A:0A:1A\n");
+}
+
+// On some systems options begin with a slash; names of files do on all that this runs on.
+TEST_F(Cert, WhatBeginsWithASlashIsAFileAndNoOption) {
+    expectTalk(tool({"cert", "/json"}), configuration, "the file /json does not exist");
+    expectTalk(tool({"cert", "/help"}), configuration, "the file /help does not exist");
+}
+
 TEST_F(Cert, ShowsEveryCertificateOfAFile) {
     writeFile(directory_.file("two"), readFile(pem_) + readFile(pem_));
     EXPECT_EQ(json(tool({"cert", directory_.file("two"), "--json"}))["certificates"].size(), 2U);

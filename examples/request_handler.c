@@ -48,8 +48,10 @@ static void undo_transport(char* text) {
             *to = (char)(high << 4 | low);
             from += 3;
         } else {
-            *to = *from == '!' ? '+' : *from;
-            ++from;
+            *to = *from++;
+            if (*to == '!') {
+                *to = '+';
+            }
         }
     }
     *to = '\0';

@@ -45,7 +45,7 @@ FileState stateOfError() {
 }
 
 FileState readAll(int descriptor, std::size_t expected, std::size_t mostBytes, std::vector<std::uint8_t>& content) {
-    constexpr std::size_t step = 64 * 1024;
+    constexpr std::size_t step = std::size_t{64} * 1024;
     content.clear();
     content.reserve(expected + 2 * step);  // in one piece: growing would leave copies of keys behind
     for (;;) {

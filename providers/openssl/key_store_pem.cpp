@@ -132,7 +132,7 @@ bool decrypt(const EVP_CIPHER* cipher, Bytes key, Bytes vector, Bytes input, Sec
             1 ||
         EVP_DecryptFinal_ex(context.get(), output.bytes.data() + first, &last) != 1)
         return false;
-    output.bytes.resize(static_cast<std::size_t>(first + last));
+    output.bytes.resize(static_cast<std::size_t>(first) + static_cast<std::size_t>(last));
     return true;
 }
 

@@ -135,7 +135,7 @@ ReadOutcome checkPassword(PKCS12* file, Reading& reading) {
     if (reading.password.empty()) {
         reading.password = std::string_view();
         if (PKCS12_verify_mac(file, nullptr, 0) != 1)
-            reading.password = std::string_view("", 0);
+            reading.password = "";
     }
     reading.passwordProven = PKCS12_verify_mac(file, reading.password.data(), reading.passwordLength()) == 1;
     return reading.passwordProven ? ReadOutcome{} : wrongPassword(reading.password);

@@ -76,8 +76,12 @@ struct KeyedMac {
 };
 
 std::unique_ptr<KeyedMac> makeMac(Digest digest, std::span<const std::uint8_t> key) {
+    if (digestMethod(digest) == nullptr)
+        return nullptr;
     std::unique_ptr<KeyedMac> mac(new KeyedMac{digest, {digest, key}, {}, nullptr, {}});
-    return digestMethod(digest) != nullptr && mac->key.valid() ? std::move(mac) : nullptr;
+    if (!mac->key.valid())
+        mac.reset();
+    return mac;
 }
 
 std::int32_t notStarted() {

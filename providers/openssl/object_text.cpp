@@ -133,7 +133,7 @@ std::optional<std::string> objectText(std::span<const std::uint8_t> content) {
     for (const Kind& kind : kinds) {
         if (der.empty())
             break;
-        const Text text = kind.read(der);
+        Text text = kind.read(der);
         guard.settle();
         if (text)
             return text;

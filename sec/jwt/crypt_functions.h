@@ -19,26 +19,23 @@ struct CryptEntry {
 };
 
 namespace crypt {
-#define QUORVANTI_CRYPT_ENTRY(name, position)            \
-    inline constexpr CryptEntry<decltype(::name)> name { \
-#name, position                                  \
-    }
-QUORVANTI_CRYPT_ENTRY(crypt_hashAlgorithm_Name2Id, 0);
-QUORVANTI_CRYPT_ENTRY(crypt_hashAlgorithm_Id2Name, 1);
-QUORVANTI_CRYPT_ENTRY(crypt_hash_create, 2);
-QUORVANTI_CRYPT_ENTRY(crypt_hash_import, 3);
-QUORVANTI_CRYPT_ENTRY(crypt_hash_exportToBlob, 4);
-QUORVANTI_CRYPT_ENTRY(crypt_hash_more, 5);
-QUORVANTI_CRYPT_ENTRY(crypt_hash_getValue, 6);
-QUORVANTI_CRYPT_ENTRY(crypt_hash_release, 7);
-QUORVANTI_CRYPT_ENTRY(crypt_keyedmac_create, 8);
-QUORVANTI_CRYPT_ENTRY(crypt_keyedmac_import, 9);
-QUORVANTI_CRYPT_ENTRY(crypt_keyedmac_exportToBlob, 10);
-QUORVANTI_CRYPT_ENTRY(crypt_keyedmac_more, 11);
-QUORVANTI_CRYPT_ENTRY(crypt_keyedmac_getValue, 12);
-QUORVANTI_CRYPT_ENTRY(crypt_keyedmac_reset, 13);
-QUORVANTI_CRYPT_ENTRY(crypt_keyedmac_release, 14);
-#undef QUORVANTI_CRYPT_ENTRY
+// clang-format off
+inline constexpr CryptEntry<decltype(::crypt_hashAlgorithm_Name2Id)> crypt_hashAlgorithm_Name2Id {"crypt_hashAlgorithm_Name2Id",  0};
+inline constexpr CryptEntry<decltype(::crypt_hashAlgorithm_Id2Name)> crypt_hashAlgorithm_Id2Name {"crypt_hashAlgorithm_Id2Name",  1};
+inline constexpr CryptEntry<decltype(::crypt_hash_create)>           crypt_hash_create           {"crypt_hash_create",            2};
+inline constexpr CryptEntry<decltype(::crypt_hash_import)>           crypt_hash_import           {"crypt_hash_import",            3};
+inline constexpr CryptEntry<decltype(::crypt_hash_exportToBlob)>     crypt_hash_exportToBlob     {"crypt_hash_exportToBlob",      4};
+inline constexpr CryptEntry<decltype(::crypt_hash_more)>             crypt_hash_more             {"crypt_hash_more",              5};
+inline constexpr CryptEntry<decltype(::crypt_hash_getValue)>         crypt_hash_getValue         {"crypt_hash_getValue",          6};
+inline constexpr CryptEntry<decltype(::crypt_hash_release)>          crypt_hash_release          {"crypt_hash_release",           7};
+inline constexpr CryptEntry<decltype(::crypt_keyedmac_create)>       crypt_keyedmac_create       {"crypt_keyedmac_create",        8};
+inline constexpr CryptEntry<decltype(::crypt_keyedmac_import)>       crypt_keyedmac_import       {"crypt_keyedmac_import",        9};
+inline constexpr CryptEntry<decltype(::crypt_keyedmac_exportToBlob)> crypt_keyedmac_exportToBlob {"crypt_keyedmac_exportToBlob", 10};
+inline constexpr CryptEntry<decltype(::crypt_keyedmac_more)>         crypt_keyedmac_more         {"crypt_keyedmac_more",         11};
+inline constexpr CryptEntry<decltype(::crypt_keyedmac_getValue)>     crypt_keyedmac_getValue     {"crypt_keyedmac_getValue",     12};
+inline constexpr CryptEntry<decltype(::crypt_keyedmac_reset)>        crypt_keyedmac_reset        {"crypt_keyedmac_reset",        13};
+inline constexpr CryptEntry<decltype(::crypt_keyedmac_release)>      crypt_keyedmac_release      {"crypt_keyedmac_release",      14};
+// clang-format on
 }  // namespace crypt
 
 class CryptFunctions {

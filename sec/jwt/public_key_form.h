@@ -12,6 +12,6 @@ namespace quorvanti {
 bool isPublicKeyForm(std::span<const std::uint8_t> key);
 
 // The bytes of the first certificate of a PEM text, or of a certificate in bare base64; empty when there is none.
-std::vector<std::uint8_t> certificateOfText(std::span<const std::uint8_t> text);
+std::vector<std::uint8_t> certificateOfText(std::span<const std::uint8_t> bytes);
 
 }  // namespace quorvanti

@@ -56,7 +56,7 @@ Openssl<X509_NAME> nameOf(const std::string& subject) {
         if (name == nullptr || X509_NAME_add_entry_by_txt(name.get(), type.c_str(), MBSTRING_UTF8,
                                                           reinterpret_cast<const unsigned char*>(value.data()),
                                                           static_cast<int>(value.size()), 0, 0) != 1) {
-            fail("the subject has a part that cannot be used: " + type + "=" + value);
+            fail(std::string("the subject has a part that cannot be used: ").append(type).append("=").append(value));
         }
     }
     return name;

@@ -150,7 +150,7 @@ SignerVerdict checkChained(Bytes certificate, const SignedData& signedData, cons
                            Bytes content, const KeyStore& store) {
     const std::int64_t time = now();
     std::shared_ptr<const TrustedCertificate> signer = store.chained->find(signedData.certificatesField, certificate);
-    if (signer == nullptr || time < signer->notBefore || time > signer->notAfter) {
+    if (signer == nullptr || time < signer->notBefore || time >= signer->notAfter) {
         ChainOutcome outcome = chainSigner(store, certificate, signedData.carriedCertificates(), time);
         if (outcome.signer == nullptr) {
             SignerVerdict verdict = refuse(outcome.result, std::move(outcome.problem));

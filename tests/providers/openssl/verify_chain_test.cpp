@@ -120,6 +120,21 @@ TEST_F(VerifyChain, ChecksTheValidityOfTheWholeChainAtEachUse) {
     expectAccepted(parts);
 }
 
+TEST_F(VerifyChain, EndsWithTheValidityWhetherChainedBeforeOrNot) {
+    trust({authority()});
+    CertificateParts parts = below("authority", "issuing system", {});
+    parts.notAfter = testTime;
+    const SignatureParts signature("rsa", makeCertificate("rsa", "authority", parts));
+    provider::setClock([] { return testTime - 1; });
+    expectAccepted(signature);
+    // Kept from a moment ago when the last moment comes.
+    const Octets bytes = signature.build(content_);
+    EXPECT_EQ(verifyWith(bytes, content_, store_).code, 0);
+    provider::setClock(testClock);
+    EXPECT_EQ(verifyWith(bytes, content_, store_).signerResult, SSF_API_CERT_EXPIRED);
+    expectSignerRefused(signature, SSF_API_CERT_EXPIRED, "expired on 2026-06-01 00:00:00Z");
+}
+
 TEST_F(VerifyChain, RefusesCertificatesSignedWithMd5AndShortKeys) {
     CertificateParts issuer = below("authority", "authority", {{"basicConstraints", "critical,CA:TRUE"}});
     issuer.serial = 1;

@@ -7,6 +7,7 @@
 #include <array>
 
 #include "providers/openssl/certificate.h"
+#include "providers/openssl/direct_chain.h"
 #include "providers/openssl/distinguished_name.h"
 #include "providers/openssl/utc_time.h"
 #include "quorvanti/ssf.h"
@@ -101,7 +102,13 @@ bool narrowValidity(TrustedCertificate& signer, STACK_OF(X509) * chain) {
 
 }  // namespace
 
-ChainOutcome chainSigner(const KeyStore& store, Bytes signerDer, std::span<const Bytes> carried, std::int64_t time) {
+ChainOutcome chainSigner(const KeyStore& store, Bytes signer, std::span<const Bytes> carried, std::int64_t time) {
+    if (auto chained = chainDirectly(store, signer, carried, time); chained != nullptr)
+        return {std::move(chained), SSF_API_OK, {}};
+    return chainByToolkit(store, signer, carried, time);
+}
+
+ChainOutcome chainByToolkit(const KeyStore& store, Bytes signerDer, std::span<const Bytes> carried, std::int64_t time) {
     std::unique_ptr<TrustedCertificate> signer = prepareCertificate(signerDer);
     const X509StackPtr others = signer != nullptr ? decodeAll(carried, *signer) : nullptr;
     if (others == nullptr)

@@ -21,7 +21,11 @@ struct ChainOutcome {
 // store is an anchor, whether it signed itself or not. What issues a certificate must be a CA by its basic constraints,
 // anchors included; key usage, path lengths, name constraints and unknown critical extensions are obeyed, and where
 // extended key usage is given, it must allow signing messages (e-mail protection or any). All certificates of the chain
-// must be valid at `time`, and none may be signed with MD2, MD4 or MD5 or have too short a key.
+// must be valid at `time`, and none may be signed with MD2, MD4 or MD5 or have too short a key. A certificate is valid
+// from the first moment that it names and until before the last.
 ChainOutcome chainSigner(const KeyStore& store, Bytes signer, std::span<const Bytes> carried, std::int64_t time);
+
+// The same, by the toolkit alone. chainSigner() answers alike, sooner where the chain is simple.
+ChainOutcome chainByToolkit(const KeyStore& store, Bytes signer, std::span<const Bytes> carried, std::int64_t time);
 
 }  // namespace quorvanti::provider

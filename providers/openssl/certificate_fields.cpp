@@ -45,13 +45,15 @@ bool readCertificateFields(Bytes der, CertificateFields& fields) {
         return false;
     DerReader reader(toBeSigned);
     DerElement issuer;
+    DerElement subject;
     // version, serial, signature, issuer, validity, subject, key, unique identifiers, extensions
     if (!skipOptional(reader, tag::constructed(0)) || !reader.read(tag::integer, fields.serial) ||
         !reader.skip(tag::sequence) || !reader.read(tag::sequence, issuer) || !reader.skip(tag::sequence) ||
-        !reader.skip(tag::sequence) || !reader.skip(tag::sequence) || !skipOptional(reader, tag::primitive(1)) ||
-        !skipOptional(reader, tag::primitive(2)))
+        !reader.read(tag::sequence, subject) || !reader.skip(tag::sequence) ||
+        !skipOptional(reader, tag::primitive(1)) || !skipOptional(reader, tag::primitive(2)))
         return false;
     fields.issuer = issuer.whole;
+    fields.subject = subject.whole;
     if (reader.nextIs(tag::constructed(3))) {
         Bytes extensions;
         if (!reader.read(tag::constructed(3), extensions) || !readExtensions(extensions, fields))

@@ -8,6 +8,7 @@ namespace quorvanti::provider {
 struct CertificateFields {
     Bytes serial;                // content of the INTEGER
     Bytes issuer;                // the Name with its tag and length
+    Bytes subject;               // the same
     Bytes subjectKeyIdentifier;  // content of the OCTET STRING; empty when there is none
 };
 

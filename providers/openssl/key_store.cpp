@@ -11,6 +11,7 @@ namespace {
 
 void fillIndex(KeyStore& store) {
     for (const auto& certificate : store.trusted) {
+        store.directIssuers.add(*certificate);
         store.bySignerName[{certificate->issuer, certificate->serial}].push_back(certificate.get());
         if (!certificate->subjectKeyIdentifier.empty())
             store.bySignerName[{{}, certificate->subjectKeyIdentifier}].push_back(certificate.get());
@@ -66,6 +67,7 @@ void prepareKeyStore(KeyStore& store) {
     store.chained = std::make_unique<ChainedSigners>();
     store.own = nullptr;
     store.bySignerName.clear();
+    store.directIssuers.clear();
     fillIndex(store);
     for (const auto& certificate : store.trusted) {
         if (store.own == nullptr && store.ownKey != nullptr &&

@@ -11,6 +11,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "providers/openssl/direct_issuers.h"
 #include "providers/openssl/key_contexts.h"
 #include "providers/openssl/openssl_context.h"
 #include "providers/openssl/trusted_certificate.h"
@@ -43,6 +44,7 @@ struct KeyStore {
     const TrustedCertificate* own = nullptr;                   // certificate of ownKey, one of `trusted`
     std::vector<std::unique_ptr<TrustedCertificate>> trusted;  // the own one included, in the order of the key store
     SignerIndex bySignerName;
+    DirectIssuers directIssuers;
     bool passwordUsed = false;  // it could only be read with the right password
     std::unique_ptr<ChainedSigners> chained;
     LiveObject alive;

@@ -8,7 +8,7 @@
 
 namespace quorvanti::provider {
 
-std::unique_ptr<TrustedCertificate> prepareCertificate(std::span<const std::uint8_t> der) {
+std::unique_ptr<TrustedCertificate> takeCertificate(std::span<const std::uint8_t> der) {
     auto prepared = std::make_unique<TrustedCertificate>();
     prepared->der.assign(der.begin(), der.end());
     CertificateFields fields;
@@ -16,8 +16,21 @@ std::unique_ptr<TrustedCertificate> prepareCertificate(std::span<const std::uint
         return nullptr;
     prepared->serial = fields.serial;
     prepared->issuer = fields.issuer;
+    prepared->subjectName = fields.subject;
     prepared->subjectKeyIdentifier = fields.subjectKeyIdentifier;
+    return prepared;
+}
 
+std::string certificateInfo(const TrustedCertificate& certificate, std::string_view issuer) {
+    std::string info = "serial number " + hexOctets(certificate.serial) + ", issued by ";
+    info += issuer;
+    return info + ", valid until " + utcText(certificate.notAfter);
+}
+
+std::unique_ptr<TrustedCertificate> prepareCertificate(std::span<const std::uint8_t> der) {
+    auto prepared = takeCertificate(der);
+    if (prepared == nullptr)
+        return nullptr;
     prepared->certificate = readCertificate(der);
     X509* certificate = prepared->certificate.get();
     EVP_PKEY* key = certificate != nullptr ? X509_get0_pubkey(certificate) : nullptr;
@@ -31,8 +44,7 @@ std::unique_ptr<TrustedCertificate> prepareCertificate(std::span<const std::uint
     prepared->notBefore = *notBefore;
     prepared->notAfter = *notAfter;
     prepared->subject = nameText(X509_get_subject_name(certificate));
-    prepared->info = "serial number " + hexOctets(fields.serial) + ", issued by " +
-                     nameText(X509_get_issuer_name(certificate)) + ", valid until " + utcText(*notAfter);
+    prepared->info = certificateInfo(*prepared, nameText(X509_get_issuer_name(certificate)));
     return prepared;
 }
 

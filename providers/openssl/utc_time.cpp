@@ -6,12 +6,9 @@
 #include <ctime>
 
 namespace quorvanti::provider {
+namespace {
 
-std::optional<std::int64_t> secondsOf(const ASN1_TIME* time) {
-    std::tm parts{};
-    // A null pointer would mean the current time to the toolkit.
-    if (time == nullptr || ASN1_TIME_to_tm(time, &parts) != 1)
-        return std::nullopt;
+std::optional<std::int64_t> secondsOf(const std::tm& parts) {
     using namespace std::chrono;
     const year_month_day date(year(parts.tm_year + 1900), month(static_cast<unsigned>(parts.tm_mon + 1)),
                               day(static_cast<unsigned>(parts.tm_mday)));
@@ -19,6 +16,54 @@ std::optional<std::int64_t> secondsOf(const ASN1_TIME* time) {
         return std::nullopt;
     const auto moment = sys_days(date) + hours(parts.tm_hour) + minutes(parts.tm_min) + seconds(parts.tm_sec);
     return duration_cast<seconds>(moment.time_since_epoch()).count();
+}
+
+// The next two digits; below zero when there are none.
+int twoDigits(Bytes& text) {
+    const int tens = text[0] - '0';
+    const int ones = text[1] - '0';
+    text = text.subspan(2);
+    return tens < 0 || tens > 9 || ones < 0 || ones > 9 ? -1 : tens * 10 + ones;
+}
+
+}  // namespace
+
+std::optional<std::int64_t> secondsOf(const ASN1_TIME* time) {
+    std::tm parts{};
+    // A null pointer would mean the current time to the toolkit.
+    if (time == nullptr || ASN1_TIME_to_tm(time, &parts) != 1)
+        return std::nullopt;
+    return secondsOf(parts);
+}
+
+std::optional<std::int64_t> secondsOf(const DerElement& time) {
+    constexpr std::uint8_t utcTime = 0x17;
+    constexpr std::uint8_t generalizedTime = 0x18;
+    constexpr std::size_t behindYear = 11;  // MMDDHHMMSSZ
+    const std::size_t yearLength = time.tag == utcTime ? 2 : 4;
+    if ((time.tag != utcTime && time.tag != generalizedTime) || time.content.size() != yearLength + behindYear ||
+        time.content.back() != 'Z')
+        return std::nullopt;
+    Bytes rest = time.content;
+    const int first = twoDigits(rest);
+    const int second = time.tag == utcTime ? 0 : twoDigits(rest);
+    if (first < 0 || second < 0)
+        return std::nullopt;
+    constexpr int firstYearOf1900s = 50;  // of two digits
+    std::tm parts{};
+    if (time.tag == utcTime)
+        parts.tm_year = first < firstYearOf1900s ? first + 100 : first;
+    else
+        parts.tm_year = first * 100 + second - 1900;
+    parts.tm_mon = twoDigits(rest) - 1;
+    parts.tm_mday = twoDigits(rest);
+    parts.tm_hour = twoDigits(rest);
+    parts.tm_min = twoDigits(rest);
+    parts.tm_sec = twoDigits(rest);
+    if (parts.tm_mon < 0 || parts.tm_mday < 0 || parts.tm_hour < 0 || parts.tm_hour > 23 || parts.tm_min < 0 ||
+        parts.tm_min > 59 || parts.tm_sec < 0 || parts.tm_sec > 59)
+        return std::nullopt;
+    return secondsOf(parts);
 }
 
 std::string utcText(std::int64_t secondsSince1970) {

@@ -7,10 +7,15 @@
 #include <optional>
 #include <string>
 
+#include "providers/openssl/der_reader.h"
+
 namespace quorvanti::provider {
 
 // None for a time that cannot be read.
 std::optional<std::int64_t> secondsOf(const ASN1_TIME* time);
+
+// The same of a time as DER writes it, "YYMMDDHHMMSSZ" or "YYYYMMDDHHMMSSZ"; none for any other form.
+std::optional<std::int64_t> secondsOf(const DerElement& time);
 
 // "2026-01-31 23:59:59Z"
 std::string utcText(std::int64_t seconds);

@@ -111,7 +111,7 @@ case "$mode" in
 budget) check_budget "$@" ;;
 growth) "growth_$1" ;;
 print)
-    for scenario in rsa-bare rsa-full ec-bare ec-full dsa-bare dsa-full chained password; do
+    for scenario in rsa-bare rsa-full ec-bare ec-full dsa-bare dsa-full chained first-seen password; do
         count_scenario "$scenario"
         printf '%-12s %8d %8d\n' "$scenario" "$whole" "$outside"
     done

@@ -10,17 +10,25 @@
 #include <iterator>
 #include <string>
 #include <string_view>
+#include <vector>
+
+#include "tests/speed/scene.h"
 
 namespace {
 
 constexpr int warmUps = 3;
+// More certificates than the library remembers, so that each comes as if for the first time.
+constexpr std::size_t firstSeenTickets = 64;
 
 struct Call {
-    std::string ticket;
+    std::vector<std::string> tickets;  // in turn
     std::string profile;
     const char* password = nullptr;
+    mutable std::size_t next = 0;
 
     bool operator()() const {
+        const std::string& ticket = tickets[next];
+        next = next + 1 < tickets.size() ? next + 1 : 0;
         std::array<char, 64> user;
         std::array<char, 16> systemId, client;
         std::uint32_t userLength = user.size(), systemIdLength = systemId.size(), clientLength = client.size();
@@ -43,16 +51,24 @@ std::string contentOf(const std::string& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-// "rsa-full": the ticket of that name with its issuer's certificate; "password": a PKCS#12 key store with a password.
+// "rsa-full": the ticket of that name with its issuer's certificate; "password": a PKCS#12 key store with a password;
+// "first-seen": each ticket with a certificate that was not seen before and chains to a trusted one.
 Call callOf(const std::string& data, const std::string& scenario) {
     Call call;
     if (scenario == "password") {
-        call.ticket = contentOf(data + "/rsa-bare.ticket");
+        call.tickets.push_back(contentOf(data + "/rsa-bare.ticket"));
         call.profile = data + "/issuer.p12";
         call.password = "opensesame";
         return call;
     }
-    call.ticket = contentOf(data + "/" + scenario + ".ticket");
+    if (scenario == "first-seen") {
+        for (const quorvanti::speed::Ticket& ticket : quorvanti::speed::chainedTickets(firstSeenTickets)) {
+            call.tickets.push_back(ticket.text);
+            call.profile = ticket.keyStore;
+        }
+        return call;
+    }
+    call.tickets.push_back(contentOf(data + "/" + scenario + ".ticket"));
     call.profile = data + "/" + scenario.substr(0, scenario.find('-')) + ".pem";
     return call;
 }

@@ -48,18 +48,6 @@ X509NamePtr nameOf(const std::string& commonName) {
     return name;
 }
 
-Octets signHash(const std::string& keyName, const char* digest, const Octets& data) {
-    const EvpMdCtxPtr context(EVP_MD_CTX_new());
-    std::size_t length = 0;
-    require(EVP_DigestSignInit_ex(context.get(), nullptr, digest, nullptr, nullptr, testKey(keyName), nullptr) == 1 &&
-                EVP_DigestSign(context.get(), nullptr, &length, data.data(), data.size()) == 1,
-            "signing");
-    Octets signature(length);
-    require(EVP_DigestSign(context.get(), signature.data(), &length, data.data(), data.size()) == 1, "signing");
-    signature.resize(length);
-    return signature;
-}
-
 struct DigestNames {
     const char* oid;
     const char* dsa;
@@ -148,6 +136,18 @@ EVP_PKEY* testKey(const std::string& name) {
     return key.get();
 }
 
+Octets signBytes(const std::string& keyName, const char* digest, const Octets& data) {
+    const EvpMdCtxPtr context(EVP_MD_CTX_new());
+    std::size_t length = 0;
+    require(EVP_DigestSignInit_ex(context.get(), nullptr, digest, nullptr, nullptr, testKey(keyName), nullptr) == 1 &&
+                EVP_DigestSign(context.get(), nullptr, &length, data.data(), data.size()) == 1,
+            "signing");
+    Octets signature(length);
+    require(EVP_DigestSign(context.get(), signature.data(), &length, data.data(), data.size()) == 1, "signing");
+    signature.resize(length);
+    return signature;
+}
+
 Octets makeCertificate(const std::string& key, const std::string& issuerKey, const CertificateParts& parts) {
     const X509Ptr certificate(X509_new());
     X509_set_version(certificate.get(), X509_VERSION_3);
@@ -213,7 +213,7 @@ Octets SignatureParts::signerInfo(const Octets& content) const {
         attributesField = der(0xa0, list);
     }
     return der(0x30, {number(signerVersion), signer, signerDigestAlgorithm, attributesField, signatureAlgorithm,
-                      der(0x04, signHash(key, digest.c_str(), signedBytes)), behindSignature});
+                      der(0x04, signBytes(key, digest.c_str(), signedBytes)), behindSignature});
 }
 
 Octets SignatureParts::build(const Octets& content) const {

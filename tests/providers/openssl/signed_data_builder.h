@@ -37,6 +37,9 @@ inline constexpr std::int64_t day = 86400;
 // One of the keys in tests/providers/openssl/keys: "rsa", "rsa512", "foreign", "dsa", "ec", "authority".
 EVP_PKEY* testKey(const std::string& name);
 
+// The signature of `key` over the digest of `data`.
+Octets signBytes(const std::string& key, const char* digest, const Octets& data);
+
 struct CertificateParts {
     std::string subject = "issuing system";
     std::string issuer;  // the subject when empty

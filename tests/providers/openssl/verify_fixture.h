@@ -10,6 +10,7 @@
 #include "providers/openssl/clock.h"
 #include "providers/openssl/key_store.h"
 #include "providers/openssl/last_error.h"
+#include "providers/openssl/signer_check.h"
 #include "quorvanti/ssf.h"
 #include "tests/providers/openssl/signed_data_builder.h"
 #include "tests/support/temporary_directory.h"
@@ -45,8 +46,8 @@ protected:
         writeFile(store_, pem);
     }
 
-    // Every verification goes both ways: with nothing prepared, and with everything kept from the time before. The
-    // answers are the same to the last word.
+    // Every verification goes all ways: with nothing prepared, with everything kept from the time before, and with
+    // chains that the toolkit alone builds. The answers are the same to the last word.
     Answer verify(const Octets& signature, const Octets& content) const {
         provider::forgetKeyStores();
         const Answer unprepared = verifyWith(signature, content, store_);
@@ -56,7 +57,30 @@ protected:
         EXPECT_EQ(prepared.id, unprepared.id);
         EXPECT_EQ(prepared.certificate, unprepared.certificate);
         EXPECT_EQ(prepared.sentence, unprepared.sentence);
+        compareWithToolkit(signature, content, prepared);
         return prepared;
+    }
+
+    void compareWithToolkit(const Octets& signature, const Octets& content, const Answer& answer) const {
+        provider::SignedData signedData;
+        provider::SignatureAlgorithms algorithms;
+        const bool checked = provider::readSignedData(signature, signedData).empty() &&
+                             provider::checkAlgorithms(signedData, algorithms).code == SSF_API_OK;
+        ASSERT_EQ(checked, answer.signerResult != -1);
+        if (!checked)
+            return;
+        const std::string file = readFile(store_);
+        provider::KeyStore store;
+        store.profile = store_;
+        ASSERT_EQ(provider::parseKeyStoreImage(Octets(file.begin(), file.end()), {}, store), 0);
+        store.directIssuers.clear();
+        const provider::SignerVerdict verdict = provider::checkSigner(signedData, algorithms, content, store);
+        EXPECT_EQ(verdict.result, answer.signerResult);
+        EXPECT_EQ(verdict.signer != nullptr ? verdict.signer->subject : "", answer.id);
+        EXPECT_EQ(Octets(verdict.certificate.begin(), verdict.certificate.end()), answer.certificate);
+        if (answer.code != 0) {
+            EXPECT_EQ(verdict.problem, answer.sentence);
+        }
     }
 
     static Answer verifyWith(const Octets& signature, const Octets& content, const std::string& profile) {

@@ -5,16 +5,11 @@
 #include <algorithm>
 #include <bit>
 
+#include "krn/rscp/utf_steps.h"
 #include "krn/rscp/utf_tables.h"
 #include "krn/rscp/utf_vectors.h"
 
 namespace quorvanti {
-
-// How far the positions move. No move: what stands there is no matter for blocks.
-struct BlockStep {
-    std::ptrdiff_t consumed = 0;
-    std::ptrdiff_t produced = 0;
-};
 
 template <WideForm form, ByteOrder order, ControlCodes controls>
 class BlockDecoder {

@@ -9,6 +9,12 @@
 
 #include "krn/rscp/utf_steps.h"
 #include "krn/rscp/utf_tables.h"
+#ifdef __SSE2__
+#include "krn/rscp/utf_sse2_steps.h"
+#endif
+#ifdef QUORVANTI_AVX512
+#include "krn/rscp/utf_avx512_steps.h"
+#endif
 
 namespace quorvanti {
 namespace {
@@ -26,29 +32,6 @@ std::int32_t report(const Refusal& refusal, const char* module) {
                 0);
 }
 
-template <class Unit>
-constexpr Unit reversed(Unit unit) {
-    Unit result = 0;
-    for (std::size_t i = 0; i < sizeof(Unit); ++i) {
-        result = static_cast<Unit>(result << 8 | (unit >> (8 * i) & 0xFF));
-    }
-    return result;
-}
-
-// Units need not be aligned.
-template <ByteOrder order, class Unit>
-Unit load(const std::uint8_t* from) {
-    Unit unit;
-    std::memcpy(&unit, from, sizeof unit);
-    return order == ByteOrder::swapped ? reversed(unit) : unit;
-}
-
-template <ByteOrder order, class Unit>
-void store(std::uint8_t* to, Unit unit) {
-    const Unit stored = order == ByteOrder::swapped ? reversed(unit) : unit;
-    std::memcpy(to, &stored, sizeof stored);
-}
-
 // What became of one character: how far both positions move, and the refusal that ends the conversion, if any.
 struct Step {
     const Refusal* refusal;
@@ -60,12 +43,8 @@ constexpr Step stop(const Refusal& refusal, std::size_t consumed = 0) {
     return {&refusal, consumed, 0};
 }
 
-// So many bytes are taken character by character before the next block is tried: where no block could be taken, and
-// where long characters follow one another.
+// So many bytes are taken character by character before steps are tried again.
 constexpr std::ptrdiff_t kOneByOne = 16;
-constexpr std::ptrdiff_t kLongCharacters = 48;
-// So few bytes are converted before a block is prepared.
-constexpr std::ptrdiff_t kSmallestBlock = 5;
 
 template <std::size_t number>
 using Constant = std::integral_constant<std::size_t, number>;
@@ -78,26 +57,17 @@ std::int32_t convert(const Direction& direction, const std::uint8_t*& source, co
     const std::uint8_t* const begin = source;
     const std::uint8_t* from = source;
     std::uint8_t* to = destination;
-    const std::uint8_t* nextBlock = from;
-    bool ascii = true;
+    const std::uint8_t* nextSteps = from;
     const Refusal* refusal = nullptr;
     while (from < sourceEnd) {
-        if (from >= nextBlock && sourceEnd - from >= kSmallestBlock) {
-            BlockStep step = ascii ? Direction::ascii(from, sourceEnd, to, end) : BlockStep{};
-            if (step.consumed == 0) {
-                step = Direction::block(begin, from, sourceEnd, to, end);
-                ascii = step.consumed * Direction::kTo == step.produced * Direction::kFrom;
+        if (from >= nextSteps) {
+            const BlockStep many = Direction::steps(begin, from, sourceEnd, to, end);
+            from += many.consumed;
+            to += many.produced;
+            if (from >= sourceEnd) {
+                break;
             }
-            if (step.consumed != 0) {
-                from += step.consumed;
-                to += step.produced;
-                // Long characters in a row are read faster one by one: what follows them can be foreseen.
-                if (4 * step.consumed * Direction::kTo > 11 * step.produced * Direction::kFrom) {
-                    nextBlock = from + std::min(sourceEnd - from, kLongCharacters);
-                }
-                continue;
-            }
-            nextBlock = from + std::min(sourceEnd - from, kOneByOne);
+            nextSteps = from + std::min(sourceEnd - from, kOneByOne);
         }
         const Step step = direction.character(from, sourceEnd, to, end);
         from += step.consumed;
@@ -112,14 +82,13 @@ std::int32_t convert(const Direction& direction, const std::uint8_t*& source, co
     return refusal == nullptr ? 0 : report(*refusal, module);
 }
 
-template <WideForm form, ByteOrder order, ControlCodes controls>
+template <class Steps, WideForm form, ByteOrder order, ControlCodes controls>
 class Decoder {
     using Unit = typename Wide<form>::Unit;
 
-public:
-    static constexpr std::ptrdiff_t kFrom = 1;
     static constexpr std::ptrdiff_t kTo = sizeof(Unit);
 
+public:
     static std::int32_t run(const std::uint8_t*& source, const std::uint8_t* sourceEnd, std::uint8_t*& destination,
                             std::uint8_t* destinationEnd, const void* substitute, std::uint32_t* substituted) {
         // Half a unit at the end of the destination is no room.
@@ -128,19 +97,9 @@ public:
         return convert(decoder, source, sourceEnd, destination, end, Wide<form>::kModules[order == ByteOrder::swapped]);
     }
 
-    static BlockStep ascii(const std::uint8_t* from, const std::uint8_t* sourceEnd, std::uint8_t* to,
-                           const std::uint8_t* end) {
-        const std::ptrdiff_t most = std::min(sourceEnd - from, (end - to) / kTo);
-        std::ptrdiff_t count = 0;
-        while (most - count >= 16 && widenAscii<form, order, controls>(from + count, to + count * kTo)) {
-            count += 16;
-        }
-        return {count, count * kTo};
-    }
-
-    static BlockStep block(const std::uint8_t* begin, const std::uint8_t* from, const std::uint8_t* sourceEnd,
+    static BlockStep steps(const std::uint8_t* begin, const std::uint8_t* from, const std::uint8_t* sourceEnd,
                            std::uint8_t* to, const std::uint8_t* end) {
-        return BlockDecoder<form, order, controls>::decode(begin, from, sourceEnd, to, end);
+        return Steps::template decode<form, order, controls>(begin, from, sourceEnd, to, end);
     }
 
     Step character(const std::uint8_t* from, const std::uint8_t* sourceEnd, std::uint8_t* to,
@@ -150,7 +109,7 @@ public:
             return stop(kDestinationOverflow);
         }
         if (followUps == 0) {
-            store<order>(to, static_cast<Unit>(*from));
+            storeOrdered<order>(to, static_cast<Unit>(*from));
             return {nullptr, 1, kTo};
         }
         if (followUps == 2) {  // the frequent length, read without a loop
@@ -199,11 +158,11 @@ private:
             if (to + kTo >= end) {
                 return stop(kDestinationOverflow);
             }
-            store<order>(to, static_cast<Unit>(((value - 0x10000) >> 10) + 0xD800));
-            store<order>(to + kTo, static_cast<Unit>((value & 0x3FF) + 0xDC00));
+            storeOrdered<order>(to, static_cast<Unit>(((value - 0x10000) >> 10) + 0xD800));
+            storeOrdered<order>(to + kTo, static_cast<Unit>((value & 0x3FF) + 0xDC00));
             return {nullptr, length, 2 * kTo};
         }
-        store<order>(to, static_cast<Unit>(value));
+        storeOrdered<order>(to, static_cast<Unit>(value));
         return {nullptr, length, kTo};
     }
 
@@ -212,7 +171,7 @@ private:
         if (substitute_ == nullptr) {
             return stop(refusal, refusal.stop == StopAt::lastByte ? length - 1 : 0);
         }
-        store<order>(to, load<ByteOrder::native, Unit>(substitute_));
+        storeOrdered<order>(to, loadOrdered<ByteOrder::native, Unit>(substitute_));
         if (substituted_ != nullptr) {
             ++*substituted_;
         }
@@ -223,33 +182,22 @@ private:
     std::uint32_t* substituted_;
 };
 
-template <WideForm form, ByteOrder order, ControlCodes controls>
+template <class Steps, WideForm form, ByteOrder order, ControlCodes controls>
 class Encoder {
     using Unit = typename Wide<form>::Unit;
 
-public:
     static constexpr std::ptrdiff_t kFrom = sizeof(Unit);
-    static constexpr std::ptrdiff_t kTo = 1;
 
+public:
     static std::int32_t run(const std::uint8_t*& source, const std::uint8_t* sourceEnd, std::uint8_t*& destination,
                             std::uint8_t* destinationEnd) {
         return convert(Encoder(), source, sourceEnd, destination, destinationEnd,
                        Wide<form>::kModules[order == ByteOrder::swapped]);
     }
 
-    static BlockStep ascii(const std::uint8_t* from, const std::uint8_t* sourceEnd, std::uint8_t* to,
-                           const std::uint8_t* end) {
-        const std::ptrdiff_t most = std::min((sourceEnd - from) / kFrom, end - to);
-        std::ptrdiff_t count = 0;
-        while (most - count >= 16 && narrowAscii<form, order, controls>(from + count * kFrom, to + count)) {
-            count += 16;
-        }
-        return {count * kFrom, count};
-    }
-
-    static BlockStep block(const std::uint8_t* begin, const std::uint8_t* from, const std::uint8_t* sourceEnd,
+    static BlockStep steps(const std::uint8_t* begin, const std::uint8_t* from, const std::uint8_t* sourceEnd,
                            std::uint8_t* to, const std::uint8_t* end) {
-        return BlockEncoder<form, order, controls>::encode(begin, from, sourceEnd, to, end);
+        return Steps::template encode<form, order, controls>(begin, from, sourceEnd, to, end);
     }
 
     static Step character(const std::uint8_t* from, const std::uint8_t* sourceEnd, std::uint8_t* to,
@@ -258,7 +206,7 @@ public:
         if (sourceEnd - from < kFrom) {
             return stop(kExhausted);
         }
-        std::uint32_t value = load<order, Unit>(from);
+        std::uint32_t value = loadOrdered<order, Unit>(from);
         std::size_t consumed = kFrom;
         if (form == WideForm::utf16 && value >= 0xD800 && value <= 0xDFFF) {
             if (const Refusal* refusal = pair(value, from, sourceEnd)) {
@@ -293,7 +241,7 @@ private:
         if (sourceEnd - from < 2 * kFrom) {
             return &kHalfAtEnd;
         }
-        const std::uint32_t low = load<order, Unit>(from + kFrom);
+        const std::uint32_t low = loadOrdered<order, Unit>(from + kFrom);
         if (low < 0xDC00 || low > 0xDFFF) {
             return &kHalfInMiddle;
         }
@@ -311,27 +259,44 @@ private:
 };
 
 // The member of every form, byte order and treatment of control codes.
-template <template <WideForm, ByteOrder, ControlCodes> class Direction, WideForm form>
+template <template <class, WideForm, ByteOrder, ControlCodes> class Direction, class Steps, WideForm form>
 constexpr auto member(ByteOrder order, ControlCodes controls) {
     using enum ByteOrder;
     using enum ControlCodes;
     if (order == native) {
-        return controls == allowed ? Direction<form, native, allowed>::run : Direction<form, native, refused>::run;
+        return controls == allowed ? Direction<Steps, form, native, allowed>::run
+                                   : Direction<Steps, form, native, refused>::run;
     }
-    return controls == allowed ? Direction<form, swapped, allowed>::run : Direction<form, swapped, refused>::run;
+    return controls == allowed ? Direction<Steps, form, swapped, allowed>::run
+                               : Direction<Steps, form, swapped, refused>::run;
 }
 
-template <template <WideForm, ByteOrder, ControlCodes> class Direction>
+template <template <class, WideForm, ByteOrder, ControlCodes> class Direction, class Steps>
 constexpr auto member(WideForm form, ByteOrder order, ControlCodes controls) {
     switch (form) {
         case WideForm::ucs2:
-            return member<Direction, WideForm::ucs2>(order, controls);
+            return member<Direction, Steps, WideForm::ucs2>(order, controls);
         case WideForm::utf16:
-            return member<Direction, WideForm::utf16>(order, controls);
+            return member<Direction, Steps, WideForm::utf16>(order, controls);
         case WideForm::ucs4:
             break;
     }
-    return member<Direction, WideForm::ucs4>(order, controls);
+    return member<Direction, Steps, WideForm::ucs4>(order, controls);
+}
+
+template <template <class, WideForm, ByteOrder, ControlCodes> class Direction>
+auto member(WideForm form, ByteOrder order, ControlCodes controls, UtfInstructions instructions) {
+#ifdef QUORVANTI_AVX512
+    if (instructions == UtfInstructions::avx512) {
+        return member<Direction, Avx512Steps>(form, order, controls);
+    }
+#endif
+#ifdef __SSE2__
+    if (instructions == UtfInstructions::sse2) {
+        return member<Direction, Sse2Steps>(form, order, controls);
+    }
+#endif
+    return member<Direction, PortableSteps>(form, order, controls);
 }
 
 }  // namespace
@@ -340,12 +305,12 @@ void setUtfErrorHook(UtfErrorHook hook) {
     errorHook.store(hook == nullptr ? returnErrorClass : hook, std::memory_order_release);
 }
 
-UtfEncoder utfEncoder(WideForm form, ByteOrder order, ControlCodes controls) {
-    return member<Encoder>(form, order, controls);
+UtfEncoder utfEncoder(WideForm form, ByteOrder order, ControlCodes controls, UtfInstructions instructions) {
+    return member<Encoder>(form, order, controls, instructions);
 }
 
-UtfDecoder utfDecoder(WideForm form, ByteOrder order, ControlCodes controls) {
-    return member<Decoder>(form, order, controls);
+UtfDecoder utfDecoder(WideForm form, ByteOrder order, ControlCodes controls, UtfInstructions instructions) {
+    return member<Decoder>(form, order, controls, instructions);
 }
 
 }  // namespace quorvanti

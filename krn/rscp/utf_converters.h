@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+#include "krn/rscp/utf_instructions.h"
+
 namespace quorvanti {
 
 // Error classes, single bits; the numbers are the code page converter's.
@@ -33,7 +35,10 @@ enum class WideForm { ucs2, utf16, ucs4 };
 enum class ByteOrder { native, swapped };
 enum class ControlCodes { allowed, refused };
 
-UtfEncoder utfEncoder(WideForm form, ByteOrder order, ControlCodes controls);
-UtfDecoder utfDecoder(WideForm form, ByteOrder order, ControlCodes controls);
+// All instructions give the same results; only available ones may be asked for.
+UtfEncoder utfEncoder(WideForm form, ByteOrder order, ControlCodes controls,
+                      UtfInstructions instructions = fastestUtfInstructions());
+UtfDecoder utfDecoder(WideForm form, ByteOrder order, ControlCodes controls,
+                      UtfInstructions instructions = fastestUtfInstructions());
 
 }  // namespace quorvanti

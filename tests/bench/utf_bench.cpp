@@ -153,10 +153,10 @@ constexpr Pair kPairs[] = {
 
 class Member {
 public:
-    Member(const Pair& pair, ControlCodes controls)
+    Member(const Pair& pair, ControlCodes controls, UtfInstructions instructions = fastestUtfInstructions())
         : fromUtf8_(pair.fromUtf8),
-          encoder_(utfEncoder(pair.form, pair.order, controls)),
-          decoder_(utfDecoder(pair.form, pair.order, controls)) {}
+          encoder_(utfEncoder(pair.form, pair.order, controls, instructions)),
+          decoder_(utfDecoder(pair.form, pair.order, controls, instructions)) {}
 
     std::size_t convert(const Bytes& text, Bytes& room) {
         const std::uint8_t* source = text.data();
@@ -181,6 +181,11 @@ struct PlainMember : Member {
 
 struct RefusingMember : Member {
     explicit RefusingMember(const Pair& pair) : Member(pair, ControlCodes::refused) {}
+};
+
+// As on a processor that has nothing better.
+struct Sse2Member : Member {
+    explicit Sse2Member(const Pair& pair) : Member(pair, ControlCodes::allowed, UtfInstructions::sse2) {}
 };
 
 class Iconv {
@@ -329,6 +334,7 @@ void registerContender(const char* contender) {
 const bool registered = [] {
     registerContender<PlainMember>("member");
     registerContender<RefusingMember>("refusing_member");
+    registerContender<Sse2Member>("sse2_member");
     registerContender<Iconv>("iconv");
     registerContender<Icu>("icu");
     return true;

@@ -23,8 +23,8 @@ std::int32_t see(std::int32_t errorClass, char, std::int32_t, const char*, std::
     return errorClass;
 }
 
-utf_test::Outcome convert(const utf_test::Member& member, const utf_test::Bytes& source, std::size_t capacity,
-                          std::optional<std::uint32_t> substitute) {
+utf_test::Outcome convert(UtfInstructions instructions, const utf_test::Member& member, const utf_test::Bytes& source,
+                          std::size_t capacity, std::optional<std::uint32_t> substitute) {
     setUtfErrorHook(see);
     seen = {0, ""};
     utf_test::Bytes room(capacity);
@@ -33,10 +33,11 @@ utf_test::Outcome convert(const utf_test::Member& member, const utf_test::Bytes&
     std::uint8_t* to = room.data();
     utf_test::Outcome outcome;
     if (member.direction == utf_test::Direction::toUtf8) {
-        outcome.code = utfEncoder(member.form, member.order, member.controls)(from, fromEnd, to, to + capacity);
+        outcome.code =
+            utfEncoder(member.form, member.order, member.controls, instructions)(from, fromEnd, to, to + capacity);
     } else {
         const std::uint32_t unit = substitute.value_or(0);
-        outcome.code = utfDecoder(member.form, member.order, member.controls)(
+        outcome.code = utfDecoder(member.form, member.order, member.controls, instructions)(
             from, fromEnd, to, to + capacity, substitute ? &unit : nullptr, &outcome.substituted);
     }
     outcome.message = seen.message;
@@ -56,9 +57,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto substitute = data[2] == 0 ? std::nullopt : std::optional<std::uint32_t>(data[2]);
     const utf_test::Bytes source(data + 3, data + size);
     const utf_test::Outcome wanted = utf_test::expected(member, source, capacity, substitute);
-    const utf_test::Outcome got = convert(member, source, capacity, substitute);
-    if (!(got == wanted)) {
-        std::cerr << member.name << "\n     got " << got << "\nexpected " << wanted << '\n';
+    for (const UtfInstructions instructions : utf_test::availableInstructions()) {
+        const utf_test::Outcome got = convert(instructions, member, source, capacity, substitute);
+        if (got == wanted) {
+            continue;
+        }
+        std::cerr << utf_test::nameOf(instructions) << ' ' << member.name << "\n     got " << got << "\nexpected "
+                  << wanted << '\n';
         std::abort();
     }
     return 0;

@@ -30,33 +30,33 @@ public:
     explicit Comparison(const Member& member) : member_(member) {
         setUtfErrorHook(noteMessage);
         expected_.output.reserve(sizeof room_);
-        if (member.direction == Direction::toUtf8) {
-            encoder_ = utfEncoder(member.form, member.order, member.controls);
-        } else {
-            decoder_ = utfDecoder(member.form, member.order, member.controls);
+        for (const UtfInstructions instructions : availableInstructions()) {
+            if (member.direction == Direction::toUtf8) {
+                encoders_.push_back(utfEncoder(member.form, member.order, member.controls, instructions));
+            } else {
+                decoders_.push_back(utfDecoder(member.form, member.order, member.controls, instructions));
+            }
         }
     }
 
     void compare(std::span<const std::uint8_t> source, std::optional<std::uint16_t> substitute = std::nullopt) {
-        const std::uint32_t unit = substitute.value_or(0);
-        const std::uint8_t* from = source.data();
-        const std::uint8_t* const fromEnd = from + source.size();
-        std::uint8_t* to = room_;
-        std::uint32_t substituted = 0;
-        lastMessage = "";
-        const std::int32_t code = encoder_ != nullptr ? encoder_(from, fromEnd, to, room_ + sizeof room_)
-                                                      : decoder_(from, fromEnd, to, room_ + sizeof room_,
-                                                                 substitute ? &unit : nullptr, &substituted);
         oracle(member_, source, sizeof room_, substitute, expected_);
-        const bool same = code == expected_.code && from - source.data() == std::ptrdiff_t(expected_.consumed) &&
-                          substituted == expected_.substituted &&
-                          std::equal(room_, to, expected_.output.begin(), expected_.output.end()) &&
-                          (code == 0 || std::string_view(lastMessage) == expected_.message);
-        ++compared_;
-        if (!same && ++different_ == 1) {
-            first_ = expected(member_, Bytes(source.begin(), source.end()), sizeof room_, substitute);
-            firstSource_.assign(source.begin(), source.end());
+        const std::uint16_t unit16 = substitute.value_or(0);
+        const std::uint32_t unit32 = unit16;
+        const void* const unit =
+            unitSize(member_.form) == 2 ? static_cast<const void*>(&unit16) : static_cast<const void*>(&unit32);
+        for (const UtfEncoder encoder : encoders_) {
+            finishOne(source, substitute, [&](const std::uint8_t*& from, std::uint8_t*& to, std::uint32_t&) {
+                return encoder(from, source.data() + source.size(), to, room_ + sizeof room_);
+            });
         }
+        for (const UtfDecoder decoder : decoders_) {
+            finishOne(source, substitute, [&](const std::uint8_t*& from, std::uint8_t*& to, std::uint32_t& count) {
+                return decoder(from, source.data() + source.size(), to, room_ + sizeof room_,
+                               substitute ? unit : nullptr, &count);
+            });
+        }
+        ++compared_;
     }
 
     // At the end: nothing may have differed, and so much must have been compared.
@@ -67,10 +67,27 @@ public:
     }
 
 private:
+    template <class Call>
+    void finishOne(std::span<const std::uint8_t> source, std::optional<std::uint16_t> substitute, Call call) {
+        const std::uint8_t* from = source.data();
+        std::uint8_t* to = room_;
+        std::uint32_t substituted = 0;
+        lastMessage = "";
+        const std::int32_t code = call(from, to, substituted);
+        const bool same = code == expected_.code && from - source.data() == std::ptrdiff_t(expected_.consumed) &&
+                          substituted == expected_.substituted &&
+                          std::equal(room_, to, expected_.output.begin(), expected_.output.end()) &&
+                          (code == 0 || std::string_view(lastMessage) == expected_.message);
+        if (!same && ++different_ == 1) {
+            first_ = expected(member_, Bytes(source.begin(), source.end()), sizeof room_, substitute);
+            firstSource_.assign(source.begin(), source.end());
+        }
+    }
+
     const Member& member_;
-    UtfEncoder encoder_ = nullptr;
-    UtfDecoder decoder_ = nullptr;
-    std::uint8_t room_[64];
+    std::vector<UtfEncoder> encoders_;  // with all available instructions
+    std::vector<UtfDecoder> decoders_;
+    std::uint8_t room_[128];
     OracleRun expected_;
     std::uint64_t compared_ = 0;
     std::uint64_t different_ = 0;
@@ -100,6 +117,65 @@ TEST(UtfExhaustive, AllCodePointsInBothDirections) {
             }
         }
         comparison.finish(0x110000 / kStride);
+    }
+}
+
+// In the midst of others: so that they are met by what takes many characters at once. Beyond the last one whose pattern
+// of bits is new every seventh is looked at.
+TEST(UtfExhaustive, CodePointsAmongOthers) {
+    const Member& toUtf8 = member("U4_to_U8");
+    const Member& toUtf16 = member("U8_to_U6");
+    OracleRun text;
+    OracleRun wide;
+    for (const Member& row : kMembers) {
+        Comparison comparison(row);
+        for (std::uint32_t value = 0; value < 0x110000; value += value < 0x11000 ? kStride : 7 * kStride) {
+            const Bytes units = wideBytes(toUtf8, {'a', 'b', 0xE9, value, 0x20AC, 'c', 'd', 'e', 'f', 'g', 'h'});
+            oracle(toUtf8, units, kRoomy, std::nullopt, text);
+            if (row.direction == Direction::fromUtf8) {
+                comparison.compare(text.output);
+            } else if (row.form == WideForm::ucs4) {
+                comparison.compare(row.order == toUtf8.order ? units : wideBytes(row, {'a', value, 'b', 'c', 'd'}));
+            } else if (value < 0x10000) {
+                comparison.compare(wideBytes(row, {'a', 0xE9, value, 0x20AC, 'b', 'c', 'd', 'e', 'f'}));
+            } else {
+                oracle(toUtf16, text.output, kRoomy, std::nullopt, wide);
+                std::uint16_t pair[2];
+                std::memcpy(pair, wide.output.data() + 6, sizeof pair);
+                comparison.compare(wideBytes(row, {'a', pair[0], pair[1], 'b', 0xE9, 'c', 'd', 'e'}));
+            }
+        }
+        comparison.finish(0x110000 / 7 / kStride);
+    }
+}
+
+TEST(UtfExhaustive, AllStringsOfThreeBytesAmongOthers) {
+    for (const Member& row : kMembers) {
+        if (row.direction != Direction::fromUtf8) {
+            continue;
+        }
+        Comparison comparison(row);
+        for (std::uint32_t value = 0x800000; value < 0x1000000; value += kStride) {
+            const std::uint8_t bytes[] = {'a',
+                                          0xC3,
+                                          0xA9,
+                                          static_cast<std::uint8_t>(value >> 16),
+                                          static_cast<std::uint8_t>(value >> 8),
+                                          static_cast<std::uint8_t>(value),
+                                          'b',
+                                          'c',
+                                          'd',
+                                          'e',
+                                          'f',
+                                          'g',
+                                          'h',
+                                          'i',
+                                          'j',
+                                          'k',
+                                          'l'};
+            comparison.compare(bytes);
+        }
+        comparison.finish(0x800000 / kStride);
     }
 }
 

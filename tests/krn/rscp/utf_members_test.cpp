@@ -36,20 +36,41 @@ std::vector<Member> membersOf(Direction direction) {
 INSTANTIATE_TEST_SUITE_P(All, UtfDecoderMember, testing::ValuesIn(membersOf(Direction::fromUtf8)), testName);
 INSTANTIATE_TEST_SUITE_P(All, UtfEncoderMember, testing::ValuesIn(membersOf(Direction::toUtf8)), testName);
 
-TEST(UtfMembers, AreTwentyFourDifferentFunctions) {
-    std::vector<const void*> functions;
+TEST(UtfMembers, AreTwentyFourDifferentFunctionsOfAllInstructions) {
     for (const Member& row : kMembers) {
         for (const Member& other : kMembers) {
             ASSERT_TRUE(&row == &other || !(row == other)) << row.name;
         }
-        if (row.direction == Direction::toUtf8) {
-            functions.push_back(std::bit_cast<const void*>(utfEncoder(row.form, row.order, row.controls)));
-        } else {
-            functions.push_back(std::bit_cast<const void*>(utfDecoder(row.form, row.order, row.controls)));
+    }
+    std::vector<const void*> functions;
+    for (const UtfInstructions instructions : availableInstructions()) {
+        for (const Member& row : kMembers) {
+            if (row.direction == Direction::toUtf8) {
+                functions.push_back(
+                    std::bit_cast<const void*>(utfEncoder(row.form, row.order, row.controls, instructions)));
+            } else {
+                functions.push_back(
+                    std::bit_cast<const void*>(utfDecoder(row.form, row.order, row.controls, instructions)));
+            }
         }
     }
     std::sort(functions.begin(), functions.end());
-    EXPECT_EQ(std::unique(functions.begin(), functions.end()) - functions.begin(), 24);
+    const auto different =
+        static_cast<std::size_t>(std::unique(functions.begin(), functions.end()) - functions.begin());
+    EXPECT_EQ(different, 24 * availableInstructions().size());
+}
+
+TEST(UtfMembers, AreOfTheFastestInstructionsUnlessToldOtherwise) {
+    EXPECT_EQ(fastestUtfInstructions(), availableInstructions().back());
+    for (const Member& row : kMembers) {
+        if (row.direction == Direction::toUtf8) {
+            EXPECT_EQ(utfEncoder(row.form, row.order, row.controls),
+                      utfEncoder(row.form, row.order, row.controls, fastestUtfInstructions()));
+        } else {
+            EXPECT_EQ(utfDecoder(row.form, row.order, row.controls),
+                      utfDecoder(row.form, row.order, row.controls, fastestUtfInstructions()));
+        }
+    }
 }
 
 TEST_P(UtfDecoderMember, WritesItsFormInItsByteOrder) {

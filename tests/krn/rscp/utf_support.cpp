@@ -6,6 +6,7 @@
 #include <bit>
 #include <cstring>
 #include <iomanip>
+#include <iterator>
 #include <stdexcept>
 
 namespace quorvanti::utf_test {
@@ -53,13 +54,14 @@ private:
     std::size_t capacity_;
 };
 
-std::int32_t call(const Member& member, const std::uint8_t*& source, const std::uint8_t* sourceEnd,
-                  std::uint8_t*& destination, std::uint8_t* destinationEnd, std::optional<std::uint32_t> substitute,
-                  std::uint32_t* substituted) {
+std::int32_t call(UtfInstructions instructions, const Member& member, const std::uint8_t*& source,
+                  const std::uint8_t* sourceEnd, std::uint8_t*& destination, std::uint8_t* destinationEnd,
+                  std::optional<std::uint32_t> substitute, std::uint32_t* substituted) {
     if (member.direction == kTo) {
-        return utfEncoder(member.form, member.order, member.controls)(source, sourceEnd, destination, destinationEnd);
+        return utfEncoder(member.form, member.order, member.controls, instructions)(source, sourceEnd, destination,
+                                                                                    destinationEnd);
     }
-    const UtfDecoder decoder = utfDecoder(member.form, member.order, member.controls);
+    const UtfDecoder decoder = utfDecoder(member.form, member.order, member.controls, instructions);
     if (!substitute) {
         return decoder(source, sourceEnd, destination, destinationEnd, nullptr, substituted);
     }
@@ -134,7 +136,30 @@ std::ostream& operator<<(std::ostream& stream, const Outcome& outcome) {
     return stream << std::dec;
 }
 
-Outcome run(const Member& member, const Bytes& source, std::size_t capacity, std::optional<std::uint32_t> substitute) {
+const std::vector<UtfInstructions>& availableInstructions() {
+    static const std::vector<UtfInstructions> all = [] {
+        std::vector<UtfInstructions> found;
+        std::copy_if(std::begin(kAllUtfInstructions), std::end(kAllUtfInstructions), std::back_inserter(found),
+                     available);
+        return found;
+    }();
+    return all;
+}
+
+const char* nameOf(UtfInstructions instructions) {
+    switch (instructions) {
+        case UtfInstructions::portable:
+            return "portable";
+        case UtfInstructions::sse2:
+            return "SSE2";
+        case UtfInstructions::avx512:
+            break;
+    }
+    return "AVX-512";
+}
+
+Outcome run(UtfInstructions instructions, const Member& member, const Bytes& source, std::size_t capacity,
+            std::optional<std::uint32_t> substitute) {
     setUtfErrorHook(record);
     report.reset();
     Bytes unaligned(1 + source.size());
@@ -144,12 +169,23 @@ Outcome run(const Member& member, const Bytes& source, std::size_t capacity, std
     const std::uint8_t* position = from;
     std::uint8_t* written = room.begin();
     Outcome outcome;
-    outcome.code = call(member, position, from + source.size(), written, room.end(), substitute, &outcome.substituted);
+    outcome.code = call(instructions, member, position, from + source.size(), written, room.end(), substitute,
+                        &outcome.substituted);
     outcome.message = report ? report->message : "";
     outcome.consumed = static_cast<std::size_t>(position - from);
     outcome.output.assign(room.begin(), written);
-    EXPECT_TRUE(room.untouchedBut(outcome.output.size())) << member.name << ": " << outcome;
+    EXPECT_TRUE(room.untouchedBut(outcome.output.size()))
+        << nameOf(instructions) << ' ' << member.name << ": " << outcome;
     return outcome;
+}
+
+Outcome run(const Member& member, const Bytes& source, std::size_t capacity, std::optional<std::uint32_t> substitute) {
+    const Outcome portable = run(UtfInstructions::portable, member, source, capacity, substitute);
+    for (const UtfInstructions instructions : availableInstructions()) {
+        EXPECT_EQ(run(instructions, member, source, capacity, substitute), portable)
+            << nameOf(instructions) << ' ' << member.name;
+    }
+    return portable;
 }
 
 const std::optional<Report>& lastReport() {

@@ -51,8 +51,16 @@ std::ostream& operator<<(std::ostream& stream, const Outcome& outcome);
 
 inline constexpr std::size_t kRoomy = 4096;
 
+// What this machine can run of the instructions that members are made of, and their names.
+const std::vector<UtfInstructions>& availableInstructions();
+const char* nameOf(UtfInstructions instructions);
+
 // Runs the member once on exactly these bytes into exactly that much room. Source and destination are unaligned, the
 // source ends where its memory ends; a failure is added when a byte outside of what the member says it wrote changed.
+Outcome run(UtfInstructions instructions, const Member& member, const Bytes& source, std::size_t capacity = kRoomy,
+            std::optional<std::uint32_t> substitute = std::nullopt);
+
+// The same with all available instructions; a failure is added when they do not all do the same.
 Outcome run(const Member& member, const Bytes& source, std::size_t capacity = kRoomy,
             std::optional<std::uint32_t> substitute = std::nullopt);
 

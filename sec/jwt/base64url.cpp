@@ -1,6 +1,6 @@
 #include "sec/jwt/base64url.h"
 
-#include "sec/kavsecu/base64_block.h"
+#include "sec/kavsecu/base64_blocks.h"
 
 #include <array>
 
@@ -49,17 +49,24 @@ std::optional<std::size_t> decodeBase64Url(std::string_view text, std::span<std:
     if (remainder == 1 || out.size() < base64UrlRoom(text.size())) {
         return std::nullopt;
     }
-    std::size_t written = 0;
+    const std::size_t groups = text.size() - remainder;
     std::size_t position = 0;
     std::uint32_t seen = 0;
-    while (text.size() - position >= kBase64BlockText &&
-           out.size() - written >= kBase64BlockBytes + kBase64BlockMargin) {
-        if (!decodeBase64Block<'-', '_'>(text.data() + position, out.data() + written)) {
+    if (groups >= kBase64BlockText) {
+        const std::size_t blocks = decodeBase64Blocks(Base64Alphabet::url, text.substr(0, groups), out);
+        if (blocks != groups / kBase64BlockText) {
             return std::nullopt;
         }
-        position += kBase64BlockText;
-        written += kBase64BlockBytes;
+        // What is less than a block is decoded as the end of one that reaches back.
+        const std::size_t last = groups - kBase64BlockText;
+        if (groups % kBase64BlockText != 0 &&
+            decodeBase64Blocks(Base64Alphabet::url, text.substr(last, kBase64BlockText), out.subspan(last / 4 * 3)) !=
+                1) {
+            return std::nullopt;
+        }
+        position = groups;
     }
+    std::size_t written = position / 4 * 3;
     for (; position + 4 <= text.size(); position += 4, written += 3) {
         const std::uint32_t first = valueOf(text[position]);
         const std::uint32_t second = valueOf(text[position + 1]);

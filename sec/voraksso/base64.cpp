@@ -1,6 +1,6 @@
 #include "sec/voraksso/base64.h"
 
-#include "sec/kavsecu/base64_block.h"
+#include "sec/kavsecu/base64_blocks.h"
 
 #include <algorithm>
 #include <array>
@@ -27,9 +27,6 @@ std::uint8_t valueOf(char c) {
     return kValues[static_cast<std::uint8_t>(c)];
 }
 
-// The blocks' margin lies in what a text of this length decodes to, padding and all.
-constexpr std::size_t kBlockTextWithMargin = 24;
-
 }  // namespace
 
 std::uint32_t DecodeB64len(std::string_view text) {
@@ -53,14 +50,10 @@ std::int32_t Decodeb64(std::string_view text, std::span<std::uint8_t> output, st
     }
     *decodedLength = DecodeB64len(text);
 
-    std::size_t read = 0;
-    std::size_t written = 0;
     // Plain characters in blocks, then in groups; whatever is in any way special is left to the loop below.
-    while (text.size() - read >= kBlockTextWithMargin &&
-           decodeBase64Block<'+', '/'>(text.data() + read, output.data() + written)) {
-        read += kBase64BlockText;
-        written += kBase64BlockBytes;
-    }
+    const std::size_t blocks = decodeBase64Blocks(Base64Alphabet::standard, text, output);
+    std::size_t read = blocks * kBase64BlockText;
+    std::size_t written = blocks * kBase64BlockBytes;
     for (; text.size() - read >= 4; read += 4, written += 3) {
         const std::uint8_t a = valueOf(text[read]);
         const std::uint8_t b = valueOf(text[read + 1]);

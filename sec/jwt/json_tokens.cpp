@@ -2,8 +2,10 @@
 
 #include <emmintrin.h>
 
+#include <algorithm>
 #include <bit>
 #include <cstddef>
+#include <cstring>
 #include <limits>
 
 namespace quorvanti {
@@ -21,34 +23,55 @@ bool isWhiteSpace(char c) {
     return c == ' ' || c == '\n' || c == '\r' || c == '\t';
 }
 
-// --- Strings are most of a text: sixteen bytes at a time -----------------------------------------------------------
+// --- Strings are most of a text: what ends them is looked for in sixty-four bytes at a time --------------------------
 
-bool isPlain(char c) {
-    return static_cast<unsigned char>(c) >= 0x20 && c != '"' && c != '\\';
-}
+constexpr std::size_t kWindow = 64;
 
-// A bit for each of sixteen bytes that is not plain.
-unsigned notPlain(const char* text) {
+// A bit for each of sixteen bytes that a string does not hold as it is.
+std::uint64_t specialIn(const char* text) {
     const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
     const __m128i control = _mm_cmpeq_epi8(_mm_min_epu8(bytes, _mm_set1_epi8(0x1F)), bytes);
     const __m128i ends = _mm_cmpeq_epi8(bytes, _mm_set1_epi8('"'));
     const __m128i escapes = _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\\'));
-    return static_cast<unsigned>(_mm_movemask_epi8(_mm_or_si128(control, _mm_or_si128(ends, escapes))));
+    return static_cast<std::uint32_t>(_mm_movemask_epi8(_mm_or_si128(control, _mm_or_si128(ends, escapes))));
 }
 
-// Where the bytes end that a string holds as they are.
-std::size_t plainEnd(std::string_view text, std::size_t position) {
-    constexpr std::size_t block = sizeof(__m128i);
-    for (; position + block <= text.size(); position += block) {
-        if (const unsigned found = notPlain(text.data() + position); found != 0) {
-            return position + static_cast<std::size_t>(std::countr_zero(found));
+// The bytes that a string does not hold as they are: quotation marks, reverse solidi and control characters.
+class SpecialBytes {
+public:
+    explicit SpecialBytes(std::string_view text) : text_(text) {}
+
+    // The first one from the position on; the end of the text when there is none.
+    std::size_t from(std::size_t position) {
+        for (; position < text_.size(); position = window_ + kWindow) {
+            if (position - window_ >= kWindow) {
+                look(position - position % kWindow);
+            }
+            if (const std::uint64_t found = special_ >> (position % kWindow); found != 0) {
+                return position + static_cast<std::size_t>(std::countr_zero(found));
+            }
         }
+        return text_.size();
     }
-    while (position < text.size() && isPlain(text[position])) {
-        ++position;
+
+private:
+    [[gnu::noinline]] void look(std::size_t window) {
+        const char* bytes = text_.data() + window;
+        char last[kWindow];
+        if (text_.size() - window < kWindow) {  // a control character stands behind the text then
+            std::memset(last, 0, sizeof last);
+            std::memcpy(last, bytes, text_.size() - window);
+            bytes = last;
+        }
+        special_ =
+            specialIn(bytes) | specialIn(bytes + 16) << 16 | specialIn(bytes + 32) << 32 | specialIn(bytes + 48) << 48;
+        window_ = window;
     }
-    return position;
-}
+
+    std::string_view text_;
+    std::size_t window_ = std::string_view::npos - kWindow;
+    std::uint64_t special_ = 0;  // a bit for each byte of the window
+};
 
 // --- Where things end: behind their last byte, or nowhere -----------------------------------------------------------
 
@@ -77,21 +100,21 @@ std::size_t escapeEnd(std::string_view text, std::size_t position) {
     return position + 1;
 }
 
-// From behind the first quotation mark to the last one.
-std::size_t stringEnd(std::string_view text, std::size_t position) {
-    for (;;) {
-        position = plainEnd(text, position);
-        if (position >= text.size() || static_cast<unsigned char>(text[position]) < 0x20) {
+// Goes on where a byte stands that may be no quotation mark.
+[[gnu::noinline]] std::size_t escapedStringEnd(std::string_view text, SpecialBytes& special, std::size_t position) {
+    while (position < text.size() && text[position] != '"') {
+        if (text[position] != '\\' || (position = escapeEnd(text, position)) == kNowhere) {
             return kNowhere;
         }
-        if (text[position] == '"') {
-            return position;
-        }
-        position = escapeEnd(text, position);
-        if (position == kNowhere) {
-            return kNowhere;
-        }
+        position = special.from(position);
     }
+    return position < text.size() ? position : kNowhere;
+}
+
+// From behind the first quotation mark to the last one.
+std::size_t stringEnd(std::string_view text, SpecialBytes& special, std::size_t position) {
+    position = special.from(position);
+    return position < text.size() && text[position] == '"' ? position : escapedStringEnd(text, special, position);
 }
 
 std::size_t digitsEnd(std::string_view text, std::size_t position) {
@@ -136,111 +159,117 @@ std::size_t literalEnd(std::string_view text, std::size_t position) {
 
 // --- The tokens -----------------------------------------------------------------------------------------------------
 
-// What may stand next, apart from white space.
-enum class Expected { value, valueOrEnd, name, nameOrEnd, commaOrEnd, nothing };
+constexpr std::int32_t kNoParent = -1;
 
-bool mayEnd(Expected expected) {
-    return expected == Expected::commaOrEnd || expected == Expected::valueOrEnd || expected == Expected::nameOrEnd;
-}
+// The list of tokens while it grows.
+class TokenList {
+public:
+    explicit TokenList(std::span<JsonToken> room) : room_(room) {}
 
-// Name or value at the position: its token, and where the text goes on; nowhere when it is neither.
-std::size_t readToken(std::string_view text, std::size_t position, bool isName, JsonToken& token) {
-    const char c = text[position];
-    std::size_t start = position;
-    std::size_t end = position;
-    std::size_t next = position + 1;
-    if (c == '"') {
-        token.type = JsonType::string;
-        start = next;
-        end = stringEnd(text, start);
-        next = end != kNowhere ? end + 1 : kNowhere;
-    } else if (isName) {
-        next = kNowhere;
-    } else if (c == '{' || c == '[') {
-        token.type = c == '{' ? JsonType::object : JsonType::array;
-    } else {
-        token.type = JsonType::primitive;
-        end = c == '-' || isDigit(c) ? numberEnd(text, position) : literalEnd(text, position);
-        next = end;
+    std::int32_t size() const { return size_; }
+    JsonToken& operator[](std::int32_t position) { return room_[static_cast<std::size_t>(position)]; }
+
+    bool add(JsonType type, std::size_t start, std::size_t end, std::uint32_t children, std::int32_t parent) {
+        if (static_cast<std::size_t>(size_) >= room_.size()) {
+            return false;
+        }
+        (*this)[size_++] = {type, static_cast<std::uint32_t>(start), static_cast<std::uint32_t>(end), children, parent};
+        return true;
     }
-    token.start = static_cast<std::uint32_t>(start);
-    token.end = static_cast<std::uint32_t>(end);
-    token.children = 0;
-    return next;
+
+    // The container around this one, past the name that it may be the value of.
+    std::int32_t containerOf(std::int32_t position) {
+        const std::int32_t parent = (*this)[position].parent;
+        return parent != kNoParent && (*this)[parent].type == JsonType::string ? (*this)[parent].parent : parent;
+    }
+
+private:
+    std::span<JsonToken> room_;
+    std::int32_t size_ = 0;
+};
+
+bool isAt(std::string_view text, std::size_t position, char c) {
+    return position < text.size() && text[position] == c;
 }
 
 }  // namespace
 
-std::int32_t jsonTokenize(std::string_view text, std::span<JsonToken> tokens) {
+std::int32_t jsonTokenize(std::string_view text, std::span<JsonToken> room) {
     if (text.size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max())) {
         return kJsonMalformed;
     }
-    Expected expected = Expected::value;
-    std::int32_t count = 0;
-    std::int32_t parent = -1;  // what the next token belongs to: a container, or a name that waits for its value
-    const auto at = [tokens](std::int32_t position) -> JsonToken& {
-        return tokens[static_cast<std::size_t>(position)];
-    };
-    // Leaves the name, if the value had one, for its object.
-    const auto valueIsComplete = [&] {
-        if (parent >= 0 && at(parent).type == JsonType::string) {
-            parent = at(parent).parent;
-        }
-        expected = parent >= 0 ? Expected::commaOrEnd : Expected::nothing;
-    };
-    for (std::size_t position = skipWhiteSpace(text, 0); position < text.size();
-         position = skipWhiteSpace(text, position)) {
-        const char c = text[position];
-        if (mayEnd(expected) && (c == '}' || c == ']')) {  // the innermost open container is the parent
-            JsonToken& container = at(parent);
-            if (c != (container.type == JsonType::object ? '}' : ']')) {
+    TokenList tokens(room);
+    SpecialBytes special(text);
+    std::int32_t container = kNoParent;  // the innermost one that is open
+    char closing = '\0';                 // what ends it
+    for (std::size_t position = skipWhiteSpace(text, 0);;) {
+        std::int32_t parent = container;
+        if (closing == '}') {
+            const std::size_t start = position + 1;
+            const std::size_t end = isAt(text, position, '"') ? stringEnd(text, special, start) : kNowhere;
+            if (end == kNowhere) {
                 return kJsonMalformed;
             }
-            container.end = static_cast<std::uint32_t>(++position);
-            parent = container.parent;
-            valueIsComplete();
-        } else if (expected == Expected::commaOrEnd) {
-            if (c != ',') {
-                return kJsonMalformed;
-            }
-            ++position;
-            expected = at(parent).type == JsonType::object ? Expected::name : Expected::value;
-        } else {
-            const bool isName = expected == Expected::name || expected == Expected::nameOrEnd;
-            if (expected == Expected::nothing) {
-                return kJsonMalformed;
-            }
-            JsonToken token;
-            position = readToken(text, position, isName, token);
-            if (position == kNowhere) {
-                return kJsonMalformed;
-            }
-            if (static_cast<std::size_t>(count) >= tokens.size()) {
+            parent = tokens.size();
+            if (!tokens.add(JsonType::string, start, end, 1, container)) {
                 return kJsonNoRoom;
             }
-            token.parent = parent;
-            at(count) = token;
-            if (parent >= 0) {
-                ++at(parent).children;
+            position = skipWhiteSpace(text, end + 1);
+            if (!isAt(text, position, ':')) {
+                return kJsonMalformed;
             }
-            if (isName) {
-                position = skipWhiteSpace(text, position);
-                if (position >= text.size() || text[position] != ':') {
-                    return kJsonMalformed;
-                }
-                ++position;
-                parent = count;
-                expected = Expected::value;
-            } else if (c == '{' || c == '[') {
-                parent = count;
-                expected = c == '{' ? Expected::nameOrEnd : Expected::valueOrEnd;
-            } else {
-                valueIsComplete();
-            }
-            ++count;
+            position = skipWhiteSpace(text, position + 1);
         }
+        if (position >= text.size()) {
+            return kJsonMalformed;
+        }
+        const char first = text[position];
+        std::size_t start = position;
+        std::size_t end = position;
+        JsonType type = JsonType::string;
+        if (first == '"') {
+            end = stringEnd(text, special, ++start);
+            position = end + 1;
+        } else if (first == '{' || first == '[') {
+            type = first == '{' ? JsonType::object : JsonType::array;
+            ++position;
+        } else {
+            type = JsonType::primitive;
+            end = first == '-' || isDigit(first) ? numberEnd(text, start) : literalEnd(text, start);
+            position = end;
+        }
+        if (end == kNowhere) {
+            return kJsonMalformed;
+        }
+        if (!tokens.add(type, start, end, 0, parent)) {
+            return kJsonNoRoom;
+        }
+        if (container != kNoParent) {
+            ++tokens[container].children;
+        }
+        position = skipWhiteSpace(text, position);
+        if (type <= JsonType::array) {
+            container = tokens.size() - 1;
+            closing = type == JsonType::object ? '}' : ']';
+            if (!isAt(text, position, closing)) {
+                continue;
+            }
+        }
+        // Behind a value: the next one, or the ends of containers.
+        while (container != kNoParent && isAt(text, position, closing)) {
+            tokens[container].end = static_cast<std::uint32_t>(++position);
+            container = tokens.containerOf(container);
+            closing = container == kNoParent ? '\0' : tokens[container].type == JsonType::object ? '}' : ']';
+            position = skipWhiteSpace(text, position);
+        }
+        if (container == kNoParent) {
+            return position == text.size() ? tokens.size() : kJsonMalformed;
+        }
+        if (!isAt(text, position, ',')) {
+            return kJsonMalformed;
+        }
+        position = skipWhiteSpace(text, position + 1);
     }
-    return expected == Expected::nothing ? count : kJsonMalformed;
 }
 
 }  // namespace quorvanti

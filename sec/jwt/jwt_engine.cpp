@@ -11,6 +11,7 @@
 #include "sec/jwt/scratch_buffer.h"
 
 #include <algorithm>
+#include <atomic>
 #include <limits>
 #include <new>
 #include <optional>
@@ -23,7 +24,7 @@ constexpr char kTraceUnit[] = "sec/jwt/jwtxx";
 struct JwtState {
     ThrCS section;
     SsfFunctionTable* cryptoTable = nullptr;
-    bool started = false;
+    std::atomic<bool> started{false};
     CryptFunctions functions;
     KnownKeys knownKeys;
 };
@@ -168,8 +169,7 @@ std::int32_t JwtInitialize(SsfFunctionTable* table) {
 }
 
 bool JwtStarted() {
-    const ThrCSGuard guard(state.section);
-    return state.started;
+    return state.started.load(std::memory_order_acquire);
 }
 
 void JwtRelease() {

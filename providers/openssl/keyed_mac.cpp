@@ -68,6 +68,8 @@ private:
 // What is fed is kept anyway, to be written down, and digested when the value is asked for. Only what is too long for
 // that is digested as it comes.
 struct KeyedMac {
+    KeyedMac(Digest chosen, std::span<const std::uint8_t> given) : digest(chosen), key(chosen, given) {}
+
     Digest digest;
     BlockKey key;
     InputRecord input;
@@ -78,7 +80,7 @@ struct KeyedMac {
 std::unique_ptr<KeyedMac> makeMac(Digest digest, std::span<const std::uint8_t> key) {
     if (digestMethod(digest) == nullptr)
         return nullptr;
-    std::unique_ptr<KeyedMac> mac(new KeyedMac{digest, {digest, key}, {}, nullptr, {}});
+    auto mac = std::make_unique<KeyedMac>(digest, key);
     if (!mac->key.valid())
         mac.reset();
     return mac;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 
 #include "providers/openssl/hash_algorithms.h"
 
@@ -52,22 +53,27 @@ std::optional<SavedState> readState(std::span<const std::uint8_t> blob, std::uin
 }
 
 void InputRecord::append(std::span<const std::uint8_t> data) {
-    if (!complete_)
+    if (!complete_ || data.empty())
         return;
     if (!hasRoomFor(data.size())) {
         clear();
         complete_ = false;
         return;
     }
-    if (bytes_.size() + data.size() > bytes_.capacity()) {
-        // Grown by hand: a vector would leave the old bytes behind.
-        std::vector<std::uint8_t> larger;
-        larger.reserve(std::min(mostSavedBytes, std::max<std::size_t>(256, 2 * (bytes_.size() + data.size()))));
-        larger.assign(bytes_.begin(), bytes_.end());
-        OPENSSL_cleanse(bytes_.data(), bytes_.size());
-        bytes_.swap(larger);
-    }
-    bytes_.insert(bytes_.end(), data.begin(), data.end());
+    if (data.size() > capacity_ - size_)
+        grow(size_ + data.size());
+    std::memcpy(this->data() + size_, data.data(), data.size());
+    size_ += data.size();
+}
+
+// Leaves nothing behind in the old place.
+void InputRecord::grow(std::size_t needed) {
+    const std::size_t capacity = std::min(mostSavedBytes, 2 * needed);
+    auto larger = std::make_unique_for_overwrite<std::uint8_t[]>(capacity);
+    std::ranges::copy(bytes(), larger.get());
+    OPENSSL_cleanse(data(), size_);
+    larger_ = std::move(larger);
+    capacity_ = capacity;
 }
 
 void InputRecord::restart() {
@@ -76,8 +82,8 @@ void InputRecord::restart() {
 }
 
 void InputRecord::clear() {
-    OPENSSL_cleanse(bytes_.data(), bytes_.size());
-    bytes_.clear();
+    OPENSSL_cleanse(data(), size_);
+    size_ = 0;
 }
 
 }  // namespace quorvanti::provider

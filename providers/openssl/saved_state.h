@@ -2,7 +2,9 @@
 // digest, so what has been fed is kept and fed again.
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <span>
 #include <vector>
@@ -34,16 +36,22 @@ public:
     InputRecord& operator=(const InputRecord&) = delete;
     ~InputRecord() { clear(); }
 
-    bool hasRoomFor(std::size_t count) const { return complete_ && count <= mostSavedBytes - bytes_.size(); }
+    bool hasRoomFor(std::size_t count) const { return complete_ && count <= mostSavedBytes - size_; }
     void append(std::span<const std::uint8_t> data);
     void restart();
     bool complete() const { return complete_; }
-    std::span<const std::uint8_t> bytes() const { return bytes_; }
+    std::span<const std::uint8_t> bytes() const { return {data(), size_}; }
 
 private:
+    const std::uint8_t* data() const { return larger_ != nullptr ? larger_.get() : small_.data(); }
+    std::uint8_t* data() { return larger_ != nullptr ? larger_.get() : small_.data(); }
+    void grow(std::size_t needed);
     void clear();
 
-    std::vector<std::uint8_t> bytes_;
+    std::array<std::uint8_t, 512> small_;  // as much as an ordinary token needs
+    std::unique_ptr<std::uint8_t[]> larger_;
+    std::size_t capacity_ = std::tuple_size_v<decltype(small_)>;
+    std::size_t size_ = 0;
     bool complete_ = true;
 };
 

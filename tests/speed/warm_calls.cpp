@@ -1,6 +1,7 @@
 // Makes one public call again and again, for whoever counts what it costs: warm_calls DATA SCENARIO COUNT
-// [TRACE-LEVEL]. What comes before the counted calls (the start of the library, the first reading of the key store)
-// stands outside of quorvantiCountedCalls(), so that a profiler can be told to look into that function only.
+// [TRACE-LEVEL]; the scenarios whose names end with 256 are tokens, the others are tickets. What comes before the
+// counted calls (the start of the library, the first reading of the key store) stands outside of
+// quorvantiCountedCalls(), so that a profiler can be told to look into that function only.
 #include <quorvanti/voraksso.h>
 
 #include <array>
@@ -22,13 +23,31 @@ constexpr std::size_t firstSeenTickets = 64;
 
 struct Call {
     std::vector<std::string> tickets;  // in turn
-    std::string profile;
+    std::string profile;               // of a token: its key
     const char* password = nullptr;
+    bool isToken = false;
     mutable std::size_t next = 0;
 
     bool operator()() const {
         const std::string& ticket = tickets[next];
         next = next + 1 < tickets.size() ? next + 1 : 0;
+        return isToken ? evaluateToken(ticket) : evaluateTicket(ticket);
+    }
+
+private:
+    bool evaluateToken(const std::string& ticket) const {
+        std::array<char, 1024> payload;
+        JwtResult result{};
+        result.structSize = sizeof result;
+        result.payload = payload.data();
+        result.payloadLength = payload.size();
+        const std::int32_t code =
+            VorakEvalJWToken(ticket.data(), ticket.size(), reinterpret_cast<const std::uint8_t*>(profile.data()),
+                             profile.size(), nullptr, &result);
+        return code == VORAK_OK && std::string_view(result.subject, result.subjectLength) == "jdoe";
+    }
+
+    bool evaluateTicket(const std::string& ticket) const {
         std::array<char, 64> user;
         std::array<char, 16> systemId, client;
         std::uint32_t userLength = user.size(), systemIdLength = systemId.size(), clientLength = client.size();
@@ -52,9 +71,16 @@ std::string contentOf(const std::string& path) {
 }
 
 // "rsa-full": the ticket of that name with its issuer's certificate; "password": a PKCS#12 key store with a password;
-// "first-seen": each ticket with a certificate that was not seen before and chains to a trusted one.
+// "first-seen": each ticket with a certificate that was not seen before and chains to a trusted one;
+// "hs256" and "rs256": the token of that name with its key or certificate.
 Call callOf(const std::string& data, const std::string& scenario) {
     Call call;
+    if (scenario.ends_with("256")) {
+        call.isToken = true;
+        call.tickets.push_back(contentOf(data + "/" + scenario + ".token"));
+        call.profile = contentOf(data + (scenario == "hs256" ? "/hs256.key" : "/rsa.pem"));
+        return call;
+    }
     if (scenario == "password") {
         call.tickets.push_back(contentOf(data + "/rsa-bare.ticket"));
         call.profile = data + "/issuer.p12";

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstring>
+#include <functional>
 #include <iterator>
 #include <new>
 
@@ -67,26 +68,55 @@ const ContentNode* ContentList::find(std::uint32_t id) const {
     return node != nullptr && node->id == id ? node : nullptr;
 }
 
-std::int32_t NewContentNode(const std::uint8_t* contents, std::size_t length, std::uint32_t id,
-                            std::unique_ptr<ContentNode>& node) {
-    node.reset();
+namespace {
+
+std::int32_t checkContent(const std::uint8_t* contents, std::size_t length, std::uint32_t id) {
     if (contents == nullptr) {
         return VORAK_MISSING_ARGUMENT;
     }
     if (length > kUnitCapacity) {
         return VORAK_INVALID;
     }
-    if (id > 0xFF) {
-        return VORAK_MALFORMED;
+    return id > 0xFF ? VORAK_MALFORMED : VORAK_OK;
+}
+
+void fillNode(ContentNode& node, const std::uint8_t* contents, std::size_t length, std::uint32_t id) {
+    node.id = id;
+    node.length = static_cast<std::uint16_t>(length);
+    std::memcpy(node.contents, contents, length);
+}
+
+}  // namespace
+
+std::int32_t NewContentNode(const std::uint8_t* contents, std::size_t length, std::uint32_t id,
+                            std::unique_ptr<ContentNode>& node) {
+    node.reset();
+    if (const std::int32_t code = checkContent(contents, length, id); code != VORAK_OK) {
+        return code;
     }
     node.reset(new (std::nothrow) ContentNode);
     if (node == nullptr) {
         return VORAK_NO_MEMORY;
     }
-    node->id = id;
-    node->length = static_cast<std::uint16_t>(length);
-    std::memcpy(node->contents, contents, length);
+    fillNode(*node, contents, length, id);
     return VORAK_OK;
+}
+
+void ContentList::link(ContentNode* added) {
+    // Tickets name their units in ascending order: nearly every node comes behind the last.
+    ContentNode* after = tail_ != nullptr && tail_->id < added->id ? nullptr : head_;
+    while (after != nullptr && after->id < added->id) {
+        after = after->next;
+    }
+    added->next = after;
+    added->previous = after != nullptr ? after->previous : tail_;
+    (added->previous != nullptr ? added->previous->next : head_) = added;
+    (added->next != nullptr ? added->next->previous : tail_) = added;
+}
+
+bool ContentList::isInRoom(const ContentNode* node) const {
+    const std::less<> before;
+    return !before(node, room_) && before(node, room_ + kRoom);
 }
 
 std::int32_t AddContentNode(ContentList* list, std::unique_ptr<ContentNode>& node) {
@@ -96,25 +126,34 @@ std::int32_t AddContentNode(ContentList* list, std::unique_ptr<ContentNode>& nod
     if (node->next != nullptr || node->previous != nullptr || node.get() == list->head_) {
         return VORAK_INVALID;
     }
-    // Tickets name their units in ascending order: nearly every node comes behind the last.
-    ContentNode* after = list->tail_ != nullptr && list->tail_->id < node->id ? nullptr : list->head_;
-    while (after != nullptr && after->id < node->id) {
-        after = after->next;
+    list->link(node.release());
+    return VORAK_OK;
+}
+
+std::int32_t AddContent(ContentList& list, const std::uint8_t* contents, std::size_t length, std::uint32_t id) {
+    if (const std::int32_t code = checkContent(contents, length, id); code != VORAK_OK) {
+        return code;
     }
-    ContentNode* added = node.release();
-    added->next = after;
-    added->previous = after != nullptr ? after->previous : list->tail_;
-    (added->previous != nullptr ? added->previous->next : list->head_) = added;
-    (added->next != nullptr ? added->next->previous : list->tail_) = added;
+    ContentNode* const node = list.roomUsed_ < ContentList::kRoom ? std::construct_at(&list.room_[list.roomUsed_++])
+                                                                  : new (std::nothrow) ContentNode;
+    if (node == nullptr) {
+        return VORAK_NO_MEMORY;
+    }
+    fillNode(*node, contents, length, id);
+    list.link(node);
     return VORAK_OK;
 }
 
 void FreeContentList(ContentList& list) {
     while (list.head_ != nullptr) {
-        const std::unique_ptr<ContentNode> node(list.head_);
+        ContentNode* const node = list.head_;
         list.head_ = node->next;
+        if (!list.isInRoom(node)) {
+            delete node;
+        }
     }
     list.tail_ = nullptr;
+    list.roomUsed_ = 0;
 }
 
 }  // namespace quorvanti

@@ -50,10 +50,12 @@ struct ContentNode {
 };
 static_assert(sizeof(ContentNode) == 280);
 
-// The fields of one ticket in ascending order of id. Owns its nodes.
+// The fields of one ticket in ascending order of id. Owns its nodes: those that were handed over are on the heap; those
+// that it makes itself are in its own room, as long as that lasts.
 class ContentList {
 public:
-    ContentList() = default;
+    ContentList() {}  // leaves the room as it is
+
     ~ContentList();
     ContentList(const ContentList&) = delete;
     ContentList& operator=(const ContentList&) = delete;
@@ -65,8 +67,18 @@ public:
 
 private:
     friend std::int32_t AddContentNode(ContentList* list, std::unique_ptr<ContentNode>& node);
+    friend std::int32_t AddContent(ContentList& list, const std::uint8_t* contents, std::size_t length,
+                                   std::uint32_t id);
     friend void FreeContentList(ContentList& list);
 
+    void link(ContentNode* added);
+    bool isInRoom(const ContentNode* node) const;
+
+    static constexpr std::size_t kRoom = 16;  // an ordinary ticket has ten units
+    union {
+        ContentNode room_[kRoom];
+    };
+    std::size_t roomUsed_ = 0;
     ContentNode* head_ = nullptr;
     ContentNode* tail_ = nullptr;
 };
@@ -77,6 +89,8 @@ std::int32_t NewContentNode(const std::uint8_t* contents, std::size_t length, st
 // Takes the node over, in front of the first whose id is equal or larger. 0; 9 the node is linked somewhere; 15 no list
 // or no node.
 std::int32_t AddContentNode(ContentList* list, std::unique_ptr<ContentNode>& node);
+// Both in one, for a node that nobody holds in between.
+std::int32_t AddContent(ContentList& list, const std::uint8_t* contents, std::size_t length, std::uint32_t id);
 void FreeContentList(ContentList& list);
 
 }  // namespace quorvanti

@@ -28,15 +28,9 @@ std::int32_t signed16At(std::span<const std::uint8_t> bytes, std::size_t positio
 std::int32_t addUnit(ContentList& contents, std::uint8_t id, std::span<const std::uint8_t> from, std::int32_t length) {
     // A negative length passes the caller's test and fails here: more than a unit can hold.
     const std::size_t size = static_cast<std::uint16_t>(length);
-    std::unique_ptr<ContentNode> node;
-    std::int32_t code = NewContentNode(from.data(), size, id, node);
+    const std::int32_t code = AddContent(contents, from.data(), size, id);
     if (code != VORAK_OK) {
         TRACE_ERROR("ParseTicket: Invalid content [%s %d]\n", kTraceUnit, __LINE__);
-        return code;
-    }
-    code = AddContentNode(&contents, node);
-    if (code != VORAK_OK) {
-        TRACE_ERROR("ParseTicket: Invalid content structure [%s %d]\n", kTraceUnit, __LINE__);
     }
     return code;
 }

@@ -16,6 +16,10 @@ std::int32_t add(ContentList& list, std::uint32_t id, const std::string& text) {
     return code != VORAK_OK ? code : AddContentNode(&list, node);
 }
 
+std::int32_t addInRoom(ContentList& list, std::uint32_t id, const std::string& text) {
+    return AddContent(list, reinterpret_cast<const std::uint8_t*>(text.data()), text.size(), id);
+}
+
 std::string inOrder(const ContentList& list) {
     std::string result;
     const ContentNode* previous = nullptr;
@@ -90,6 +94,48 @@ TEST(ContentList, IsEmptyAfterItWasFreed) {
     EXPECT_TRUE(list.empty());
     add(list, 3, "c");
     EXPECT_EQ(inOrder(list), "3c");
+}
+
+// What lies in the list's room, what was handed over and what found no more room are in one order, and go together.
+TEST(ContentList, HoldsNodesOfItsOwnAndThoseOfOthersTogether) {
+    ContentList list;
+    for (int round = 0; round < 3; ++round) {
+        std::string expected;
+        for (std::uint32_t id = 100; id < 140; ++id) {
+            ASSERT_EQ(id % 3 == 0 ? add(list, id, "x") : addInRoom(list, id, "y"), VORAK_OK);
+            expected += std::to_string(id) + (id % 3 == 0 ? "x" : "y");
+        }
+        ASSERT_EQ(addInRoom(list, 100, "late"), VORAK_OK);
+        ASSERT_EQ(add(list, 1, "first"), VORAK_OK);
+        EXPECT_EQ(inOrder(list), "1first100late" + expected);
+        EXPECT_STREQ(reinterpret_cast<const char*>(list.find(139)->contents), "y");
+        FreeContentList(list);
+        EXPECT_TRUE(list.empty());
+    }
+    addInRoom(list, 7, "left to the end of the list");
+}
+
+TEST(ContentList, ChecksAUnitThatItMakesANodeOf) {
+    ContentList list;
+    const std::vector<std::uint8_t> bytes(257, 0xAB);
+    EXPECT_EQ(AddContent(list, bytes.data(), 257, 1), VORAK_INVALID);
+    EXPECT_EQ(AddContent(list, bytes.data(), 1, 256), VORAK_MALFORMED);
+    EXPECT_EQ(AddContent(list, nullptr, 0, 1), VORAK_MISSING_ARGUMENT);
+    EXPECT_TRUE(list.empty());
+    EXPECT_EQ(AddContent(list, bytes.data(), 256, 255), VORAK_OK);
+    EXPECT_EQ(list.first()->length, 256);
+    EXPECT_EQ(list.first()->convertedLength, 0);
+}
+
+TEST(ContentList, ANodeInItsRoomIsZeroBehindTheUsedLengthAlsoTheSecondTime) {
+    ContentList list;
+    const std::string full(kUnitCapacity, 'f');
+    addInRoom(list, 1, full);
+    FreeContentList(list);
+    addInRoom(list, 2, "s");
+    const ContentNode& node = *list.first();
+    EXPECT_EQ(std::string(node.contents, node.contents + kUnitCapacity), "s" + std::string(kUnitCapacity - 1, '\0'));
+    EXPECT_EQ(node.convertedLength, 0);
 }
 
 TEST(ContentNode, HoldsUpTo256BytesAndAnIdOfOneByte) {

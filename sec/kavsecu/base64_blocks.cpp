@@ -94,8 +94,7 @@ __m128i loaded(const void* from) {
     return blocks;
 }
 
-// --- With byte shuffles, two blocks at once
-// ---------------------------------------------------------------------------
+// --- Two blocks at once ---------------------------------------------------------------------------------------------
 
 [[gnu::target("avx2")]] std::size_t decodeByWideShuffles(Base64Alphabet alphabet, std::string_view text,
                                                          std::span<std::uint8_t> output) {
@@ -183,7 +182,11 @@ std::size_t decodeByComparisons(Base64Alphabet alphabet, std::string_view text, 
 }
 
 bool hasWideShuffles() {
+#ifdef QUORVANTI_WIDE_VECTORS
     return __builtin_cpu_supports("avx2") != 0;
+#else
+    return false;
+#endif
 }
 
 bool hasShuffles() {

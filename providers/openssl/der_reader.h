@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <span>
 
 namespace quorvanti::provider {
@@ -17,6 +18,8 @@ inline constexpr std::uint8_t bitString = 0x03;
 inline constexpr std::uint8_t octetString = 0x04;
 inline constexpr std::uint8_t null = 0x05;
 inline constexpr std::uint8_t objectIdentifier = 0x06;
+inline constexpr std::uint8_t utcTime = 0x17;
+inline constexpr std::uint8_t generalizedTime = 0x18;
 inline constexpr std::uint8_t sequence = 0x30;
 inline constexpr std::uint8_t set = 0x31;
 // Context-specific [n], primitive and constructed.
@@ -42,20 +45,60 @@ public:
     bool nextIs(std::uint8_t expected) const { return next_ != end_ && *next_ == expected; }
 
     // The next element, whatever it is. A failed read leaves the cursor where it was.
-    bool read(DerElement& element);
+    bool read(DerElement& element) {
+        std::size_t length = 0;
+        const std::uint8_t* content = enter(length);
+        if (content == nullptr)
+            return false;
+        element.tag = *next_;
+        element.whole = {next_, content + length};
+        element.content = {content, length};
+        next_ = content + length;
+        return true;
+    }
     bool read(std::uint8_t expected, DerElement& element) { return nextIs(expected) && read(element); }
-    bool read(std::uint8_t expected, Bytes& found);
-    bool skip(std::uint8_t expected);
+    bool read(std::uint8_t expected, Bytes& found) {
+        std::size_t length = 0;
+        const std::uint8_t* content = nextIs(expected) ? enter(length) : nullptr;
+        if (content == nullptr)
+            return false;
+        found = {content, length};
+        next_ = content + length;
+        return true;
+    }
+    bool skip(std::uint8_t expected) {
+        Bytes ignored;
+        return read(expected, ignored);
+    }
 
 private:
+    // Where the content of the next element begins, and its length; null unless the element ends within the input and
+    // has tag and length written the only way DER allows. Nearly every element of a signature has a length of one byte.
+    const std::uint8_t* enter(std::size_t& length) const {
+        constexpr std::uint8_t tagNumberMask = 0x1f;  // all bits set: the number follows in further bytes
+        if (end_ - next_ < 2 || (next_[0] & tagNumberMask) == tagNumberMask)
+            return nullptr;
+        const std::uint8_t* content = next_ + 2;
+        length = next_[1];
+        if (length >= 0x80)
+            return enterLong(length);
+        return length <= static_cast<std::size_t>(end_ - content) ? content : nullptr;
+    }
+    const std::uint8_t* enterLong(std::size_t& length) const;
+
     const std::uint8_t* next_;
     const std::uint8_t* end_;
 };
 
 // The content of the one element that fills `input`.
-bool readOnly(Bytes input, std::uint8_t expected, Bytes& content);
+inline bool readOnly(Bytes input, std::uint8_t expected, Bytes& content) {
+    DerReader reader(input);
+    return reader.read(expected, content) && reader.atEnd();
+}
 
-bool sameBytes(Bytes left, Bytes right);
+inline bool sameBytes(Bytes left, Bytes right) {
+    return left.size() == right.size() && (left.empty() || std::memcmp(left.data(), right.data(), left.size()) == 0);
+}
 
 // Whether this is the shortest way to write the number.
 bool isInteger(Bytes content);

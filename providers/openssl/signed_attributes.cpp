@@ -1,11 +1,9 @@
 #include "providers/openssl/signed_attributes.h"
 
+#include "providers/openssl/pkcs7_oids.h"
+
 namespace quorvanti::provider {
 namespace {
-
-constexpr std::array<std::uint8_t, 9> oidData{0x2a, 0x86, 0x48, 0x86, 0xf7, 0x0d, 0x01, 0x07, 0x01};
-constexpr std::array<std::uint8_t, 9> oidContentType{0x2a, 0x86, 0x48, 0x86, 0xf7, 0x0d, 0x01, 0x09, 0x03};
-constexpr std::array<std::uint8_t, 9> oidMessageDigest{0x2a, 0x86, 0x48, 0x86, 0xf7, 0x0d, 0x01, 0x09, 0x04};
 
 // One of the two attributes that must be there exactly once with one value.
 struct Required {

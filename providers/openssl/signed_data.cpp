@@ -1,12 +1,10 @@
 #include "providers/openssl/signed_data.h"
 
+#include "providers/openssl/pkcs7_oids.h"
 #include "providers/openssl/signed_attributes.h"
 
 namespace quorvanti::provider {
 namespace {
-
-constexpr std::array<std::uint8_t, 9> oidData{0x2a, 0x86, 0x48, 0x86, 0xf7, 0x0d, 0x01, 0x07, 0x01};
-constexpr std::array<std::uint8_t, 9> oidSignedData{0x2a, 0x86, 0x48, 0x86, 0xf7, 0x0d, 0x01, 0x07, 0x02};
 
 // 1 with issuer and serial number, 3 with a key identifier; the same in the SignedData and in its signer.
 constexpr std::uint8_t versionIssuerAndSerial = 1;
@@ -98,15 +96,13 @@ std::string_view checkContentInfo(Bytes contentInfo) {
 std::string_view readCertificates(Bytes field, SignedData& result) {
     result.certificatesField = field;
     DerReader reader(field);
-    while (!reader.atEnd()) {
-        DerElement certificate;
-        if (!reader.read(tag::sequence, certificate)) {
+    for (std::size_t count = 0; !reader.atEnd(); ++count) {
+        if (!reader.skip(tag::sequence)) {
             return "The certificates of the signature are not X.509 certificates in strict DER.";
         }
-        if (result.certificateCount == SignedData::mostCertificates) {
+        if (count == SignedData::mostCertificates) {
             return "The signature carries more than 32 certificates.";
         }
-        result.certificates[result.certificateCount++] = certificate.whole;
     }
     return {};
 }
@@ -167,6 +163,12 @@ std::string_view readSigner(Bytes signer, Bytes outerVersion, SignedData& result
 }
 
 }  // namespace
+
+std::vector<Bytes> SignedData::carriedCertificates() const {
+    std::vector<Bytes> certificates;
+    forEachCertificate([&](Bytes certificate) { certificates.push_back(certificate); });
+    return certificates;
+}
 
 std::string_view readSignedData(Bytes signature, SignedData& result) {
     Bytes signedData;

@@ -2,9 +2,9 @@
 // into the signature; nothing is copied and nothing is checked against keys or content yet.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <string_view>
+#include <vector>
 
 #include "providers/openssl/der_reader.h"
 
@@ -19,9 +19,7 @@ struct SignedData {
     static constexpr std::size_t mostCertificates = 32;
 
     AlgorithmIdentifier digestAlgorithm;  // the only one of the whole
-    Bytes certificatesField;              // content of the certificates, end to end
-    std::array<Bytes, mostCertificates> certificates{};
-    std::size_t certificateCount = 0;
+    Bytes certificatesField;              // the certificates, end to end
 
     // The signer: either issuer (the Name with its tag) and serial (content of the INTEGER), or the key identifier.
     Bytes issuer;
@@ -37,7 +35,14 @@ struct SignedData {
     Bytes messageDigest;  // value of that attribute
     std::string_view attributeFault;  // why the signed attributes vouch for nothing; empty when they are right
 
-    std::span<const Bytes> carriedCertificates() const { return {certificates.data(), certificateCount}; }
+    // Calls `use` with each certificate in turn.
+    template <class Use>
+    void forEachCertificate(Use use) const {
+        DerReader reader(certificatesField);
+        for (DerElement certificate; reader.read(certificate);)
+            use(certificate.whole);
+    }
+    std::vector<Bytes> carriedCertificates() const;
 };
 
 // Empty when `signature` was read, else the sentence that says why it is refused.

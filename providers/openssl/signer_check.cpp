@@ -54,11 +54,11 @@ const TrustedCertificate* sameAsTrusted(Bytes certificate, Candidates candidates
 
 CarriedSigner findCarriedSigner(const SignedData& signedData, Candidates candidates) {
     CarriedSigner found;
-    for (const Bytes certificate : signedData.carriedCertificates()) {
+    signedData.forEachCertificate([&](Bytes certificate) {
         // The usual ticket ends here: nothing is decoded.
         if (const TrustedCertificate* trusted = sameAsTrusted(certificate, candidates); trusted != nullptr) {
             found.trusted = trusted;
-            continue;
+            return;
         }
         CertificateFields fields;
         if (!readCertificateFields(certificate, fields)) {
@@ -66,7 +66,7 @@ CarriedSigner findCarriedSigner(const SignedData& signedData, Candidates candida
         } else if (isOfSigner(fields, signedData)) {
             found.other = certificate;
         }
-    }
+    });
     return found;
 }
 

@@ -1,7 +1,5 @@
 #include "providers/openssl/bare_keys.h"
 
-#include <openssl/objects.h>
-
 #include <algorithm>
 #include <array>
 #include <mutex>
@@ -11,6 +9,7 @@
 #include "providers/openssl/armor.h"
 #include "providers/openssl/certificate.h"
 #include "providers/openssl/der_writer.h"
+#include "providers/openssl/signature_algorithms.h"
 
 namespace quorvanti::provider {
 namespace {
@@ -28,13 +27,20 @@ EvpPkeyPtr subjectPublicKey(std::span<const std::uint8_t> der) {
 
 // SubjectPublicKeyInfo, else the bare RSAPublicKey, which is read inside the other: that way it comes into our context.
 EvpPkeyPtr rawPublicKey(std::span<const std::uint8_t> bytes) {
-    constexpr std::array<std::uint8_t, 2> null{0x05, 0x00};
-    constexpr std::array<std::uint8_t, 1> noUnusedBits{0};
+    constexpr std::uint8_t noUnusedBits = 0;
+    constexpr std::size_t around = 64;
     if (EvpPkeyPtr key = subjectPublicKey(bytes); key != nullptr)
         return key;
-    return subjectPublicKey(
-        derElement(der::sequence, {derElement(der::sequence, {derObjectIdentifier(NID_rsaEncryption), null}),
-                                   derElement(der::bitString, {noUnusedBits, bytes})}));
+    DerWriter writer(bytes.size() + around);
+    writer.put(bytes);
+    writer.put(noUnusedBits);
+    writer.wrap(tag::bitString, 0);
+    const std::size_t algorithm = writer.size();
+    writer.putElement(tag::null, {});
+    writer.putElement(tag::objectIdentifier, oidOfSignature(KeyType::rsa, std::nullopt));
+    writer.wrap(tag::sequence, algorithm);
+    writer.wrap(tag::sequence, 0);
+    return subjectPublicKey(writer.written());
 }
 
 EvpPkeyPtr readKey(BareKeyForm form, std::span<const std::uint8_t> content) {

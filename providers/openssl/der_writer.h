@@ -1,37 +1,38 @@
-// Writes DER from the inside out: contents first, then the tag and length around them.
+// Writes DER from its end to its beginning: what is put next stands before what is there. So each length is known when
+// its turn comes, and nothing is copied twice.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <initializer_list>
 #include <span>
 #include <vector>
 
 namespace quorvanti::provider {
 
-using DerBytes = std::vector<std::uint8_t>;
+class DerWriter {
+public:
+    // `room`: about how much is going to be written.
+    explicit DerWriter(std::size_t room) : memory_(std::max<std::size_t>(room, 16)), start_(memory_.size()) {}
 
-namespace der {
+    std::size_t size() const { return memory_.size() - start_; }
+    bool empty() const { return size() == 0; }
+    std::span<const std::uint8_t> written() const { return std::span(memory_).subspan(start_); }
 
-inline constexpr std::uint8_t integer = 0x02;
-inline constexpr std::uint8_t bitString = 0x03;
-inline constexpr std::uint8_t octetString = 0x04;
-inline constexpr std::uint8_t objectIdentifier = 0x06;
-inline constexpr std::uint8_t utcTime = 0x17;
-inline constexpr std::uint8_t generalizedTime = 0x18;
-inline constexpr std::uint8_t sequence = 0x30;
-inline constexpr std::uint8_t set = 0x31;
-inline constexpr std::uint8_t context0 = 0xA0;
+    void put(std::span<const std::uint8_t> bytes);
+    void put(std::uint8_t byte) { put({&byte, 1}); }
 
-}  // namespace der
+    // Makes an element of everything put since size() was `behind`.
+    void wrap(std::uint8_t tag, std::size_t behind);
+    void putElement(std::uint8_t tag, std::span<const std::uint8_t> content) {
+        const std::size_t behind = size();
+        put(content);
+        wrap(tag, behind);
+    }
 
-// One element whose contents are the parts, one behind the other.
-DerBytes derElement(std::uint8_t tag, std::initializer_list<std::span<const std::uint8_t>> parts);
-
-// A SET OF: the elements in the order that DER wants.
-DerBytes derSetOf(std::uint8_t tag, std::vector<DerBytes> elements);
-
-// An OBJECT IDENTIFIER by OpenSSL's number for it.
-DerBytes derObjectIdentifier(int nid);
+private:
+    std::vector<std::uint8_t> memory_;
+    std::size_t start_;
+};
 
 }  // namespace quorvanti::provider

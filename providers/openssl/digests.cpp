@@ -79,10 +79,14 @@ bool digestRefused(Digest digest) {
     return rowOf(digest).refused;
 }
 
+std::span<const std::uint8_t> digestOid(Digest digest) {
+    const DigestRow& row = rowOf(digest);
+    return std::span(row.oid).first(row.oidLength);
+}
+
 std::optional<Digest> digestByOid(std::span<const std::uint8_t> oid) {
     for (std::size_t i = 0; i < digestTable.size(); ++i) {
-        const DigestRow& row = digestTable[i];
-        if (std::ranges::equal(oid, std::span(row.oid).first(row.oidLength)))
+        if (std::ranges::equal(oid, digestOid(static_cast<Digest>(i))))
             return static_cast<Digest>(i);
     }
     return std::nullopt;

@@ -28,6 +28,8 @@ const char* digestName(Digest digest);
 // By the content of its OBJECT IDENTIFIER; none when it is not known here.
 std::optional<Digest> digestByOid(std::span<const std::uint8_t> oid);
 
+std::span<const std::uint8_t> digestOid(Digest digest);
+
 // MD2, MD4 and MD5 are known, so that they can be refused by name.
 bool digestRefused(Digest digest);
 

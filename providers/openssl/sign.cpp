@@ -40,27 +40,27 @@ bool isIdentity(std::string_view id, const TrustedCertificate& own) {
 
 // 0 when the key store's own identity is the one wanted and may sign now; else the signer's code, with its sentence.
 std::int32_t checkIdentity(const KeyStore& store, std::string_view id, std::int64_t time) {
-    const std::string where = "The key store \"" + store.profile + "\" ";
+    const auto where = [&store] { return "The key store \"" + store.profile + "\" "; };
     if (store.ownKey == nullptr || store.own == nullptr)
-        return fail(SSF_API_UNKNOWN_SIGNER, where + "has no private key to sign with.");
+        return fail(SSF_API_UNKNOWN_SIGNER, where() + "has no private key to sign with.");
     const TrustedCertificate& own = *store.own;
     if (!isIdentity(id, own))
         return fail(SSF_API_UNKNOWN_SIGNER,
-                    where + "belongs to " + own.subject + ", not to \"" + std::string(id) + "\".");
+                    where() + "belongs to " + own.subject + ", not to \"" + std::string(id) + "\".");
     if (time < own.notBefore || time > own.notAfter)
-        return fail(SSF_API_CERT_EXPIRED, where + "holds a certificate that is expired or not yet valid: " +
+        return fail(SSF_API_CERT_EXPIRED, where() + "holds a certificate that is expired or not yet valid: " +
                                               own.subject + ", " + own.info + ".");
     const KeyType type = own.key->type();
     if (type == KeyType::other)
-        return fail(SSF_API_INVALID_PROFILE, where + "holds a key that is neither RSA nor DSA nor ECDSA.");
+        return fail(SSF_API_INVALID_PROFILE, where() + "holds a key that is neither RSA nor DSA nor ECDSA.");
     if (type == KeyType::rsa && own.key->bits() < smallestRsaKey)
-        return fail(SSF_API_INVALID_PROFILE, where + "holds an RSA key of less than 1024 bits.");
+        return fail(SSF_API_INVALID_PROFILE, where() + "holds an RSA key of less than 1024 bits.");
     return SSF_API_OK;
 }
 
 // Signs as `signer` wants; the code is the signer's.
 std::int32_t signAs(SsfSigRcpSsfInfo& signer, std::span<const std::uint8_t> content, SigningOptions options,
-                    std::vector<std::uint8_t>& signature) {
+                    DerWriter& signature) {
     std::shared_ptr<const KeyStore> store;
     std::int32_t result = openKeyStore(textOf(signer.profile, signer.profileLength),
                                        textOf(signer.password, signer.passwordLength), store);
@@ -80,7 +80,7 @@ std::int32_t signAs(SsfSigRcpSsfInfo& signer, std::span<const std::uint8_t> cont
 
 std::int32_t sign(SsfSigRcpSsfInfo& signer, std::span<const std::uint8_t> content, const SigningOptions& options,
                   std::uint8_t** signature, std::int32_t* signatureLength) {
-    std::vector<std::uint8_t> made;
+    DerWriter made(0);
     signer.result = SSF_API_UNDEFINED_RESULT;
     const std::int32_t result = signAs(signer, content, options, made);
     if (result != SSF_API_OK) {
@@ -88,7 +88,7 @@ std::int32_t sign(SsfSigRcpSsfInfo& signer, std::span<const std::uint8_t> conten
         describeSigner(signer, sentence, result, {});
         return fail(overallCode(result), sentence);
     }
-    if (!handOut(made, signature, signatureLength))
+    if (!handOut(made.written(), signature, signatureLength))
         return fail(SSF_API_NOMEMORY, "The crypto library ran out of memory.");
     return SSF_API_OK;
 }

@@ -12,7 +12,8 @@ struct SignatureRow {
     std::array<std::uint8_t, 9> oid;
 };
 
-// RSA means PKCS#1 v1.5; RSASSA-PSS is not here. Two object identifiers of an older registry name SHA-1 once more.
+// RSA means PKCS#1 v1.5; RSASSA-PSS is not here. Two object identifiers of an older registry name SHA-1 once more, each
+// behind the usual one.
 // clang-format off
 constexpr std::array signatureTable{
     SignatureRow{{KeyType::rsa, std::nullopt},   9, {0x2a, 0x86, 0x48, 0x86, 0xf7, 0x0d, 0x01, 0x01, 0x01}},
@@ -48,6 +49,14 @@ std::optional<SignatureAlgorithm> signatureAlgorithmByOid(Bytes oid) {
             return row.algorithm;
     }
     return std::nullopt;
+}
+
+Bytes oidOfSignature(KeyType keyType, std::optional<Digest> digest) {
+    for (const SignatureRow& row : signatureTable) {
+        if (row.algorithm.keyType == keyType && row.algorithm.digest == digest)
+            return std::span(row.oid).first(row.oidLength);
+    }
+    return {};
 }
 
 std::string dottedOid(Bytes oid) {

@@ -18,6 +18,9 @@ struct SignatureAlgorithm {
 // By the content of the OBJECT IDENTIFIER; none when it is not known here.
 std::optional<SignatureAlgorithm> signatureAlgorithmByOid(Bytes oid);
 
+// The usual identifier; empty when there is none. The content of the OBJECT IDENTIFIER.
+Bytes oidOfSignature(KeyType keyType, std::optional<Digest> digest);
+
 // An identifier in dotted form, for sentences.
 std::string dottedOid(Bytes oid);
 

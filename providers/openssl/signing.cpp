@@ -1,69 +1,56 @@
 #include "providers/openssl/signing.h"
 
-#include <openssl/objects.h>
 #include <openssl/rsa.h>
 
-#include <array>
-#include <ctime>
-#include <optional>
-
-#include "providers/openssl/der_writer.h"
+#include "providers/openssl/pkcs7_oids.h"
+#include "providers/openssl/signature_algorithms.h"
+#include "providers/openssl/utc_time.h"
 
 namespace quorvanti::provider {
 namespace {
 
-using Bytes = std::span<const std::uint8_t>;
+constexpr std::uint8_t versionOne = 1;
 
-constexpr std::array<std::uint8_t, 3> versionOne{der::integer, 1, 1};
-constexpr std::array<std::uint8_t, 2> null{0x05, 0x00};
-
-DerBytes digestAlgorithm(Digest digest) {
-    return derElement(der::sequence, {derObjectIdentifier(EVP_MD_get_type(digestMethod(digest))), null});
+void putVersion(DerWriter& writer) {
+    writer.putElement(tag::integer, {&versionOne, 1});
 }
 
-// In the order of Digest; the first three are refused. The toolkit's own list of pairs does not have all of DSA.
-// clang-format off
-constexpr std::array<int, digestCount> dsaAlgorithms{
-    NID_undef, NID_undef, NID_undef, NID_dsaWithSHA1,
-    NID_dsa_with_SHA224, NID_dsa_with_SHA256, NID_dsa_with_SHA384, NID_dsa_with_SHA512};
-constexpr std::array<int, digestCount> ecdsaAlgorithms{
-    NID_undef, NID_undef, NID_undef, NID_ecdsa_with_SHA1,
-    NID_ecdsa_with_SHA224, NID_ecdsa_with_SHA256, NID_ecdsa_with_SHA384, NID_ecdsa_with_SHA512};
-// clang-format on
+void putAlgorithm(DerWriter& writer, Bytes oid, bool withNull) {
+    const std::size_t behind = writer.size();
+    if (withNull)
+        writer.putElement(tag::null, {});
+    writer.putElement(tag::objectIdentifier, oid);
+    writer.wrap(tag::sequence, behind);
+}
+
+void putDigestAlgorithm(DerWriter& writer, Digest digest) {
+    putAlgorithm(writer, digestOid(digest), true);
+}
 
 // RSA signatures name the key's algorithm alone, the way readers of every age know it; the others name the digest too.
-std::optional<DerBytes> signatureAlgorithm(KeyType type, Digest digest) {
-    if (type == KeyType::rsa)
-        return derElement(der::sequence, {derObjectIdentifier(NID_rsaEncryption), null});
-    const auto at = static_cast<std::size_t>(digest);
-    const int nid = (type == KeyType::dsa ? dsaAlgorithms : ecdsaAlgorithms)[at];
-    if (nid == NID_undef)
-        return std::nullopt;
-    return derElement(der::sequence, {derObjectIdentifier(nid)});
+Bytes signatureOid(KeyType type, Digest digest) {
+    return type == KeyType::rsa ? oidOfSignature(type, std::nullopt) : oidOfSignature(type, digest);
 }
 
-DerBytes attribute(int type, Bytes value) {
-    return derElement(der::sequence, {derObjectIdentifier(type), derElement(der::set, {value})});
+void putAttribute(DerWriter& writer, Bytes type, std::uint8_t valueTag, Bytes value) {
+    const std::size_t behind = writer.size();
+    writer.putElement(valueTag, value);
+    writer.wrap(tag::set, behind);
+    writer.putElement(tag::objectIdentifier, type);
+    writer.wrap(tag::sequence, behind);
 }
 
-// UTCTime until 2049, GeneralizedTime from then on.
-DerBytes timeValue(std::int64_t time) {
-    const auto seconds = static_cast<std::time_t>(time);
-    std::tm fields{};
-    if (OPENSSL_gmtime(&seconds, &fields) == nullptr)
-        return {};
-    const bool utc = fields.tm_year >= 50 && fields.tm_year < 150;
-    std::array<char, 32> text{};
-    const std::size_t length =
-        std::strftime(text.data(), text.size(), utc ? "%y%m%d%H%M%SZ" : "%Y%m%d%H%M%SZ", &fields);
-    return derElement(utc ? der::utcTime : der::generalizedTime,
-                      {Bytes(reinterpret_cast<const std::uint8_t*>(text.data()), length)});
-}
-
-DerBytes signedAttributes(Bytes contentDigest, std::int64_t time) {
-    return derSetOf(der::set, {attribute(NID_pkcs9_contentType, derObjectIdentifier(NID_pkcs7_data)),
-                               attribute(NID_pkcs9_signingTime, timeValue(time)),
-                               attribute(NID_pkcs9_messageDigest, derElement(der::octetString, {contentDigest}))});
+// As they are signed. DER wants them in the order of their bytes, which is that of their lengths: the last one first
+// here.
+void putSignedAttributes(DerWriter& writer, Bytes contentDigest, std::int64_t time) {
+    constexpr std::size_t generalizedTimeLength = 15;
+    const std::string text = derTimeText(time);
+    const Bytes timeBytes(reinterpret_cast<const std::uint8_t*>(text.data()), text.size());
+    putAttribute(writer, oidMessageDigest, tag::octetString, contentDigest);
+    putAttribute(writer, oidSigningTime, text.size() < generalizedTimeLength ? tag::utcTime : tag::generalizedTime,
+                 timeBytes);
+    putAttribute(writer, oidContentType, tag::objectIdentifier, oidData);
+    writer.wrap(tag::set, 0);
 }
 
 EvpPkeyCtxPtr prepare(EVP_PKEY* key, KeyType type, Digest digest) {
@@ -76,13 +63,13 @@ EvpPkeyCtxPtr prepare(EVP_PKEY* key, KeyType type, Digest digest) {
 }
 
 // The bare signature over a digest.
-DerBytes signDigest(const KeyStore& store, Digest digest, Bytes hash) {
+std::vector<std::uint8_t> signDigest(const KeyStore& store, Digest digest, Bytes hash) {
     const RandomUseGuard randomUse;
     EVP_PKEY* key = store.ownKey.get();
     EvpPkeyCtxPtr context = store.signing.take(digest);
     if (context == nullptr)
         context = prepare(key, store.own->key->type(), digest);
-    DerBytes signature(static_cast<std::size_t>(EVP_PKEY_get_size(key)));
+    std::vector<std::uint8_t> signature(static_cast<std::size_t>(EVP_PKEY_get_size(key)));
     std::size_t length = signature.size();
     if (context == nullptr || EVP_PKEY_sign(context.get(), signature.data(), &length, hash.data(), hash.size()) != 1)
         return {};
@@ -91,43 +78,71 @@ DerBytes signDigest(const KeyStore& store, Digest digest, Bytes hash) {
     return signature;
 }
 
-DerBytes signerInfo(const TrustedCertificate& own, const DerBytes& attributes, const DerBytes& digestId,
-                    const DerBytes& algorithm, const DerBytes& signature) {
-    const DerBytes issuerAndSerial = derElement(der::sequence, {own.issuer, derElement(der::integer, {own.serial})});
+void putSigner(DerWriter& writer, const TrustedCertificate& own, Bytes attributes, Digest digest, Bytes signature) {
+    const std::size_t behind = writer.size();
+    const KeyType type = own.key->type();
+    writer.putElement(tag::octetString, signature);
+    putAlgorithm(writer, signatureOid(type, digest), type == KeyType::rsa);
     // Signed as a SET, carried with the tag of its place.
-    DerBytes tagged = attributes;
-    tagged.front() = der::context0;
-    return derElement(der::sequence, {versionOne, issuerAndSerial, digestId, tagged, algorithm,
-                                      derElement(der::octetString, {signature})});
+    writer.put(attributes.subspan(1));
+    writer.put(tag::constructed(0));
+    putDigestAlgorithm(writer, digest);
+    const std::size_t name = writer.size();
+    writer.putElement(tag::integer, own.serial);
+    writer.put(own.issuer);
+    writer.wrap(tag::sequence, name);
+    putVersion(writer);
+    writer.wrap(tag::sequence, behind);
+}
+
+void putContentInfo(DerWriter& writer, Bytes content, bool detached) {
+    const std::size_t behind = writer.size();
+    if (!detached) {
+        writer.putElement(tag::octetString, content);
+        writer.wrap(tag::constructed(0), behind);
+    }
+    writer.putElement(tag::objectIdentifier, oidData);
+    writer.wrap(tag::sequence, behind);
+}
+
+void putSignedData(DerWriter& writer, const TrustedCertificate& own, Bytes content, Bytes attributes, Bytes signature,
+                   const SigningOptions& options) {
+    putSigner(writer, own, attributes, options.digest, signature);
+    writer.wrap(tag::set, 0);
+    if (options.includeCertificate)
+        writer.putElement(tag::constructed(0), own.der);
+    putContentInfo(writer, content, options.detached);
+    const std::size_t digests = writer.size();
+    putDigestAlgorithm(writer, options.digest);
+    writer.wrap(tag::set, digests);
+    putVersion(writer);
+    writer.wrap(tag::sequence, 0);
+    writer.wrap(tag::constructed(0), 0);
+    writer.putElement(tag::objectIdentifier, oidSignedData);
+    writer.wrap(tag::sequence, 0);
 }
 
 }  // namespace
 
-std::vector<std::uint8_t> signContent(const KeyStore& store, std::span<const std::uint8_t> content,
-                                      const SigningOptions& options) {
+DerWriter signContent(const KeyStore& store, std::span<const std::uint8_t> content, const SigningOptions& options) {
+    constexpr std::size_t around = 256;  // what is neither name nor certificate nor content nor signature
+    const DerWriter nothing(0);
     const TrustedCertificate& own = *store.own;
-    const KeyType type = own.key->type();
     DigestValue contentDigest;
     DigestValue attributesDigest;
-    if (!digestOf(options.digest, content, contentDigest))
-        return {};
-    const DerBytes attributes = signedAttributes(contentDigest.view(), options.time);
-    const auto algorithm = signatureAlgorithm(type, options.digest);
-    if (!algorithm || !digestOf(options.digest, attributes, attributesDigest))
-        return {};
-    const DerBytes signature = signDigest(store, options.digest, attributesDigest.view());
+    if (signatureOid(own.key->type(), options.digest).empty() || !digestOf(options.digest, content, contentDigest))
+        return nothing;
+    DerWriter attributes(around);
+    putSignedAttributes(attributes, contentDigest.view(), options.time);
+    if (!digestOf(options.digest, attributes.written(), attributesDigest))
+        return nothing;
+    const std::vector<std::uint8_t> signature = signDigest(store, options.digest, attributesDigest.view());
     if (signature.empty())
-        return {};
-
-    const DerBytes digestId = digestAlgorithm(options.digest);
-    const DerBytes embedded =
-        options.detached ? DerBytes() : derElement(der::context0, {derElement(der::octetString, {content})});
-    const DerBytes certificates = options.includeCertificate ? derElement(der::context0, {own.der}) : DerBytes();
-    const DerBytes signedData = derElement(
-        der::sequence, {versionOne, derElement(der::set, {digestId}),
-                        derElement(der::sequence, {derObjectIdentifier(NID_pkcs7_data), embedded}), certificates,
-                        derElement(der::set, {signerInfo(own, attributes, digestId, *algorithm, signature)})});
-    return derElement(der::sequence, {derObjectIdentifier(NID_pkcs7_signed), derElement(der::context0, {signedData})});
+        return nothing;
+    DerWriter writer(around + attributes.size() + signature.size() + own.issuer.size() + own.serial.size() +
+                     (options.includeCertificate ? own.der.size() : 0) + (options.detached ? 0 : content.size()));
+    putSignedData(writer, own, content, attributes.written(), signature, options);
+    return writer;
 }
 
 }  // namespace quorvanti::provider

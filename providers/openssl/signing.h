@@ -3,8 +3,8 @@
 
 #include <cstdint>
 #include <span>
-#include <vector>
 
+#include "providers/openssl/der_writer.h"
 #include "providers/openssl/digests.h"
 #include "providers/openssl/key_store.h"
 
@@ -19,7 +19,6 @@ struct SigningOptions {
 
 // A DER SignedData of version 1 with one signer and the signed attributes content type, signing time and message
 // digest. Empty when the toolkit refuses the key. The key store has an own identity.
-std::vector<std::uint8_t> signContent(const KeyStore& store, std::span<const std::uint8_t> content,
-                                      const SigningOptions& options);
+DerWriter signContent(const KeyStore& store, std::span<const std::uint8_t> content, const SigningOptions& options);
 
 }  // namespace quorvanti::provider

@@ -37,21 +37,19 @@ std::optional<std::int64_t> secondsOf(const ASN1_TIME* time) {
 }
 
 std::optional<std::int64_t> secondsOf(const DerElement& time) {
-    constexpr std::uint8_t utcTime = 0x17;
-    constexpr std::uint8_t generalizedTime = 0x18;
     constexpr std::size_t behindYear = 11;  // MMDDHHMMSSZ
-    const std::size_t yearLength = time.tag == utcTime ? 2 : 4;
-    if ((time.tag != utcTime && time.tag != generalizedTime) || time.content.size() != yearLength + behindYear ||
-        time.content.back() != 'Z')
+    const std::size_t yearLength = time.tag == tag::utcTime ? 2 : 4;
+    if ((time.tag != tag::utcTime && time.tag != tag::generalizedTime) ||
+        time.content.size() != yearLength + behindYear || time.content.back() != 'Z')
         return std::nullopt;
     Bytes rest = time.content;
     const int first = twoDigits(rest);
-    const int second = time.tag == utcTime ? 0 : twoDigits(rest);
+    const int second = time.tag == tag::utcTime ? 0 : twoDigits(rest);
     if (first < 0 || second < 0)
         return std::nullopt;
     constexpr int firstYearOf1900s = 50;  // of two digits
     std::tm parts{};
-    if (time.tag == utcTime)
+    if (time.tag == tag::utcTime)
         parts.tm_year = first < firstYearOf1900s ? first + 100 : first;
     else
         parts.tm_year = first * 100 + second - 1900;
@@ -64,6 +62,30 @@ std::optional<std::int64_t> secondsOf(const DerElement& time) {
         parts.tm_min > 59 || parts.tm_sec < 0 || parts.tm_sec > 59)
         return std::nullopt;
     return secondsOf(parts);
+}
+
+std::string derTimeText(std::int64_t secondsSince1970) {
+    using namespace std::chrono;
+    const sys_seconds moment{seconds(secondsSince1970)};
+    const sys_days midnight = floor<days>(moment);
+    const year_month_day date(midnight);
+    const hh_mm_ss time(moment - midnight);
+    const int year = static_cast<int>(date.year());
+    std::string text;
+    const auto append = [&text](auto number) {
+        text += static_cast<char>('0' + number / 10 % 10);
+        text += static_cast<char>('0' + number % 10);
+    };
+    if (year < 1950 || year > 2049)
+        append(year / 100);
+    append(year);
+    append(static_cast<unsigned>(date.month()));
+    append(static_cast<unsigned>(date.day()));
+    append(time.hours().count());
+    append(time.minutes().count());
+    append(time.seconds().count());
+    text += 'Z';
+    return text;
 }
 
 std::string utcText(std::int64_t secondsSince1970) {

@@ -17,6 +17,9 @@ std::optional<std::int64_t> secondsOf(const ASN1_TIME* time);
 // The same of a time as DER writes it, "YYMMDDHHMMSSZ" or "YYYYMMDDHHMMSSZ"; none for any other form.
 std::optional<std::int64_t> secondsOf(const DerElement& time);
 
+// How DER writes it: "YYMMDDHHMMSSZ" for the years 1950 to 2049, which is a UTCTime, else "YYYYMMDDHHMMSSZ".
+std::string derTimeText(std::int64_t seconds);
+
 // "2026-01-31 23:59:59Z"
 std::string utcText(std::int64_t seconds);
 

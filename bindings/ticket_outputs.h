@@ -12,7 +12,7 @@
 
 namespace quorvanti {
 
-struct TextOutput {
+struct TicketText {
     char text[128];
     std::uint32_t length = sizeof text;
 
@@ -39,11 +39,11 @@ struct TicketOutputs {
     TicketOutputs& operator=(const TicketOutputs&) = delete;
 
     TICKET_INFO info{};
-    TextOutput user;
-    TextOutput systemId;
-    TextOutput client;
-    TextOutput portalUser;
-    TextOutput authScheme;
+    TicketText user;
+    TicketText systemId;
+    TicketText client;
+    TicketText portalUser;
+    TicketText authScheme;
     std::int32_t validity = 0;
 };
 

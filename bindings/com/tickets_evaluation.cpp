@@ -132,9 +132,9 @@ HRESULT VCTickets::EvalLogonTicket2(BSTR ticket, BSTR addressBook, BSTR password
         const Text passwordText(password, kFieldRoom);
         const Text profile(addressBook, kFieldRoom, Encoding::system);
         const Text ticketText(ticket, kTicketRoom);
-        TextOutput userText;
-        TextOutput clientText;
-        TextOutput systemIdText;
+        TicketText userText;
+        TicketText clientText;
+        TicketText systemIdText;
         CertificateBuffer certificateBytes;
         std::uint32_t certificateLength = certificateBytes.size();
         const std::int32_t code =

@@ -26,7 +26,7 @@ public:
 // Null with an exception pending when a field is missing that a caller cannot do without.
 jobjectArray JavaTicketOutputs::toJava(JavaCall& call) const {
     const struct {
-        const TextOutput& output;
+        const TicketText& output;
         const char* message;
     } required[] = {
         {user, "Ticket contains no user."},

@@ -62,10 +62,11 @@ class Avx512Decoder {
     static constexpr std::ptrdiff_t kUnits = 64 / kUnit;
 
 public:
-    static BlockStep decode(const std::uint8_t* from, const std::uint8_t* sourceEnd, std::uint8_t* to,
-                            const std::uint8_t* end) {
-        const std::uint8_t* const source = from;
-        const std::uint8_t* const destination = to;
+    // Moves both positions.
+    static void decode(const std::uint8_t*& source, const std::uint8_t* sourceEnd, std::uint8_t*& destination,
+                       const std::uint8_t* end) {
+        const std::uint8_t* from = source;
+        std::uint8_t* to = destination;
         while (from < sourceEnd) {
             const std::ptrdiff_t count = sourceEnd - from < 64 ? sourceEnd - from : 64;
             const Mask valid = lowest(count);
@@ -95,7 +96,8 @@ public:
             from += characters.consumed;
             to += units * kUnit;
         }
-        return {from - source, to - destination};
+        source = from;
+        destination = to;
     }
 
 private:
@@ -224,14 +226,19 @@ private:
 }  // namespace
 
 template <WideForm form, ByteOrder order, ControlCodes controls>
-BlockStep avx512Decode(const std::uint8_t* from, const std::uint8_t* sourceEnd, std::uint8_t* to,
-                       const std::uint8_t* end) {
-    return Avx512Decoder<form, order, controls>::decode(from, sourceEnd, to, end);
+std::int32_t avx512Decode(const std::uint8_t*& source, const std::uint8_t* sourceEnd, std::uint8_t*& destination,
+                          std::uint8_t* destinationEnd, const void* substitute, std::uint32_t* substituted,
+                          UtfDecoder rest) {
+    Avx512Decoder<form, order, controls>::decode(source, sourceEnd, destination, destinationEnd);
+    return source >= sourceEnd || rest == nullptr
+               ? 0
+               : rest(source, sourceEnd, destination, destinationEnd, substitute, substituted);
 }
 
-#define QUORVANTI_DECODER(form, order, controls)                                               \
-    template BlockStep avx512Decode<WideForm::form, ByteOrder::order, ControlCodes::controls>( \
-        const std::uint8_t*, const std::uint8_t*, std::uint8_t*, const std::uint8_t*)
+#define QUORVANTI_DECODER(form, order, controls)                                                               \
+    template std::int32_t avx512Decode<WideForm::form, ByteOrder::order, ControlCodes::controls>(              \
+        const std::uint8_t*&, const std::uint8_t*, std::uint8_t*&, std::uint8_t*, const void*, std::uint32_t*, \
+        UtfDecoder)
 QUORVANTI_DECODER(ucs2, native, allowed);
 QUORVANTI_DECODER(ucs2, native, refused);
 QUORVANTI_DECODER(ucs2, swapped, allowed);

@@ -33,10 +33,11 @@ class Avx512Encoder {
     static constexpr std::ptrdiff_t kUnits = 16;
 
 public:
-    static BlockStep encode(const std::uint8_t* from, const std::uint8_t* sourceEnd, std::uint8_t* to,
-                            const std::uint8_t* end) {
-        const std::uint8_t* const source = from;
-        const std::uint8_t* const destination = to;
+    // Moves both positions.
+    static void encode(const std::uint8_t*& source, const std::uint8_t* sourceEnd, std::uint8_t*& destination,
+                       const std::uint8_t* end) {
+        const std::uint8_t* from = source;
+        std::uint8_t* to = destination;
         while (sourceEnd - from >= kUnit) {
             const std::ptrdiff_t rest = (sourceEnd - from) / kUnit;
             std::ptrdiff_t count = rest < kUnits ? rest : kUnits;
@@ -52,13 +53,18 @@ public:
                 _mm_mask_storeu_epi8(to, static_cast<__mmask16>(lowest(count)), _mm512_cvtepi32_epi8(units));
                 from += count * kUnit;
                 to += count;
+                while (sourceEnd - from >= 64 && end - to >= 64 / kUnit && narrow(from, to)) {
+                    from += 64;
+                    to += 64 / kUnit;
+                }
                 continue;
             }
             Mask written = lowest(count);
             if constexpr (form == WideForm::utf16) {
                 const Mask highs = halves(units, 0xD800) & written;
-                units = _mm512_mask_add_epi32(units, static_cast<__mmask16>(highs), _mm512_slli_epi32(units, 10),
-                                              _mm512_add_epi32(next(units), lanes(0x10000 - (0xD800 << 10) - 0xDC00)));
+                units =
+                    _mm512_mask_add_epi32(units, static_cast<__mmask16>(highs), _mm512_slli_epi32(units, 10),
+                                          _mm512_add_epi32(next(units), lanes(0x10000U - (0xD800U << 10) - 0xDC00U)));
                 written &= ~(highs << 1);
             }
             const std::ptrdiff_t length = write(units, static_cast<__mmask16>(written), to, end);
@@ -68,7 +74,8 @@ public:
             from += count * kUnit;
             to += length;
         }
-        return {from - source, to - destination};
+        source = from;
+        destination = to;
     }
 
 private:
@@ -90,6 +97,34 @@ private:
                 units, _mm512_broadcast_i32x4(_mm_setr_epi8(1, 0, kNone, kNone, 5, 4, kNone, kNone, 9, 8, kNone, kNone,
                                                             13, 12, kNone, kNone)));
         }
+    }
+
+    // 64 bytes of ASCII, if that is what they are: a step for texts that hold nothing else.
+    static bool narrow(const std::uint8_t* from, std::uint8_t* to) {
+        constexpr std::uint32_t kBeyond = form == WideForm::ucs4
+                                              ? (order == ByteOrder::native ? 0xFFFFFF80 : 0x80FFFFFF)
+                                              : (order == ByteOrder::native ? 0xFF80FF80 : 0x80FF80FF);
+        constexpr unsigned kShift = order == ByteOrder::native ? 0 : 8 * (kUnit - 1);
+        const __m512i units = _mm512_loadu_si512(from);
+        if (_mm512_test_epi32_mask(units, lanes(kBeyond)) != 0) {
+            return false;
+        }
+        if constexpr (form == WideForm::ucs4) {
+            const __m128i bytes = _mm512_cvtepi32_epi8(_mm512_srli_epi32(units, kShift));
+            if (controls == ControlCodes::refused && (_mm_cmplt_epu8_mask(bytes, _mm_set1_epi8(0x20)) |
+                                                      _mm_cmpeq_epi8_mask(bytes, _mm_set1_epi8(0x7F))) != 0) {
+                return false;
+            }
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(to), bytes);
+        } else {
+            const __m256i bytes = _mm512_cvtepi16_epi8(_mm512_srli_epi16(units, kShift));
+            if (controls == ControlCodes::refused && (_mm256_cmplt_epu8_mask(bytes, _mm256_set1_epi8(0x20)) |
+                                                      _mm256_cmpeq_epi8_mask(bytes, _mm256_set1_epi8(0x7F))) != 0) {
+                return false;
+            }
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), bytes);
+        }
+        return true;
     }
 
     static Mask halves(__m512i units, std::uint32_t first) {
@@ -145,14 +180,15 @@ private:
 }  // namespace
 
 template <WideForm form, ByteOrder order, ControlCodes controls>
-BlockStep avx512Encode(const std::uint8_t* from, const std::uint8_t* sourceEnd, std::uint8_t* to,
-                       const std::uint8_t* end) {
-    return Avx512Encoder<form, order, controls>::encode(from, sourceEnd, to, end);
+std::int32_t avx512Encode(const std::uint8_t*& source, const std::uint8_t* sourceEnd, std::uint8_t*& destination,
+                          std::uint8_t* destinationEnd, UtfEncoder rest) {
+    Avx512Encoder<form, order, controls>::encode(source, sourceEnd, destination, destinationEnd);
+    return source >= sourceEnd || rest == nullptr ? 0 : rest(source, sourceEnd, destination, destinationEnd);
 }
 
-#define QUORVANTI_ENCODER(form, order, controls)                                               \
-    template BlockStep avx512Encode<WideForm::form, ByteOrder::order, ControlCodes::controls>( \
-        const std::uint8_t*, const std::uint8_t*, std::uint8_t*, const std::uint8_t*)
+#define QUORVANTI_ENCODER(form, order, controls)                                                  \
+    template std::int32_t avx512Encode<WideForm::form, ByteOrder::order, ControlCodes::controls>( \
+        const std::uint8_t*&, const std::uint8_t*, std::uint8_t*&, std::uint8_t*, UtfEncoder)
 QUORVANTI_ENCODER(ucs2, native, allowed);
 QUORVANTI_ENCODER(ucs2, native, refused);
 QUORVANTI_ENCODER(ucs2, swapped, allowed);

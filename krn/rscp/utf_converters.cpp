@@ -53,7 +53,7 @@ using Constant = std::integral_constant<std::size_t, number>;
 // between.
 template <class Direction>
 std::int32_t convert(const Direction& direction, const std::uint8_t*& source, const std::uint8_t* sourceEnd,
-                     std::uint8_t*& destination, const std::uint8_t* end, const char* module) {
+                     std::uint8_t*& destination, std::uint8_t* end, const char* module) {
     const std::uint8_t* const begin = source;
     const std::uint8_t* from = source;
     std::uint8_t* to = destination;
@@ -91,14 +91,16 @@ class Decoder {
 public:
     static std::int32_t run(const std::uint8_t*& source, const std::uint8_t* sourceEnd, std::uint8_t*& destination,
                             std::uint8_t* destinationEnd, const void* substitute, std::uint32_t* substituted) {
-        // Half a unit at the end of the destination is no room.
-        const std::uint8_t* const end = destinationEnd - (destinationEnd - destination) % kTo;
-        const Decoder decoder(static_cast<const std::uint8_t*>(substitute), substituted);
-        return convert(decoder, source, sourceEnd, destination, end, Wide<form>::kModules[order == ByteOrder::swapped]);
+        if constexpr (Steps::kGoesFirst) {
+            return Steps::template decodeFirst<form, order, controls>(source, sourceEnd, destination, destinationEnd,
+                                                                      substitute, substituted, inSteps);
+        } else {
+            return inSteps(source, sourceEnd, destination, destinationEnd, substitute, substituted);
+        }
     }
 
     static BlockStep steps(const std::uint8_t* begin, const std::uint8_t* from, const std::uint8_t* sourceEnd,
-                           std::uint8_t* to, const std::uint8_t* end) {
+                           std::uint8_t* to, std::uint8_t* end) {
         return Steps::template decode<form, order, controls>(begin, from, sourceEnd, to, end);
     }
 
@@ -122,6 +124,14 @@ public:
     }
 
 private:
+    static std::int32_t inSteps(const std::uint8_t*& source, const std::uint8_t* sourceEnd, std::uint8_t*& destination,
+                                std::uint8_t* destinationEnd, const void* substitute, std::uint32_t* substituted) {
+        // Half a unit at the end of the destination is no room.
+        std::uint8_t* const end = destinationEnd - (destinationEnd - destination) % kTo;
+        const Decoder decoder(static_cast<const std::uint8_t*>(substitute), substituted);
+        return convert(decoder, source, sourceEnd, destination, end, Wide<form>::kModules[order == ByteOrder::swapped]);
+    }
+
     Decoder(const std::uint8_t* substitute, std::uint32_t* substituted)
         : substitute_(substitute), substituted_(substituted) {}
 
@@ -191,12 +201,16 @@ class Encoder {
 public:
     static std::int32_t run(const std::uint8_t*& source, const std::uint8_t* sourceEnd, std::uint8_t*& destination,
                             std::uint8_t* destinationEnd) {
-        return convert(Encoder(), source, sourceEnd, destination, destinationEnd,
-                       Wide<form>::kModules[order == ByteOrder::swapped]);
+        if constexpr (Steps::kGoesFirst) {
+            return Steps::template encodeFirst<form, order, controls>(source, sourceEnd, destination, destinationEnd,
+                                                                      inSteps);
+        } else {
+            return inSteps(source, sourceEnd, destination, destinationEnd);
+        }
     }
 
     static BlockStep steps(const std::uint8_t* begin, const std::uint8_t* from, const std::uint8_t* sourceEnd,
-                           std::uint8_t* to, const std::uint8_t* end) {
+                           std::uint8_t* to, std::uint8_t* end) {
         return Steps::template encode<form, order, controls>(begin, from, sourceEnd, to, end);
     }
 
@@ -233,6 +247,12 @@ public:
     }
 
 private:
+    static std::int32_t inSteps(const std::uint8_t*& source, const std::uint8_t* sourceEnd, std::uint8_t*& destination,
+                                std::uint8_t* destinationEnd) {
+        return convert(Encoder(), source, sourceEnd, destination, destinationEnd,
+                       Wide<form>::kModules[order == ByteOrder::swapped]);
+    }
+
     // `value` is the first surrogate and becomes the character of the pair.
     static const Refusal* pair(std::uint32_t& value, const std::uint8_t* from, const std::uint8_t* sourceEnd) {
         if (value >= 0xDC00) {

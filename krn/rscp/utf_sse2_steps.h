@@ -9,9 +9,11 @@
 namespace quorvanti {
 
 struct Sse2Steps {
+    static constexpr bool kGoesFirst = false;
+
     template <WideForm form, ByteOrder order, ControlCodes controls>
     static BlockStep decode(const std::uint8_t* begin, const std::uint8_t* from, const std::uint8_t* sourceEnd,
-                            std::uint8_t* to, const std::uint8_t* end) {
+                            std::uint8_t* to, std::uint8_t* end) {
         constexpr std::ptrdiff_t kUnit = sizeof(typename Wide<form>::Unit);
         const std::uint8_t* const source = from;
         const std::uint8_t* const destination = to;
@@ -52,7 +54,7 @@ struct Sse2Steps {
 
     template <WideForm form, ByteOrder order, ControlCodes controls>
     static BlockStep encode(const std::uint8_t* begin, const std::uint8_t* from, const std::uint8_t* sourceEnd,
-                            std::uint8_t* to, const std::uint8_t* end) {
+                            std::uint8_t* to, std::uint8_t* end) {
         constexpr std::ptrdiff_t kUnit = sizeof(typename Wide<form>::Unit);
         const std::uint8_t* const source = from;
         const std::uint8_t* const destination = to;

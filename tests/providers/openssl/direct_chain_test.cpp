@@ -2,9 +2,12 @@
 // toolkit, and takes nothing that the toolkit would not. Each certificate here goes both ways.
 #include "providers/openssl/direct_chain.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <functional>
+#include <thread>
 
 #include "providers/openssl/certificate_chain.h"
 #include "tests/providers/openssl/leaf_builder.h"
@@ -393,6 +396,30 @@ TEST_F(DirectChain, AcceptsNoUnknownCertificatesBeside) {
     EXPECT_TRUE(isDirect(leaf, {issuer, leaf, leaf}));
     EXPECT_FALSE(isDirect(leaf, {leaf, makeCertificate("rsa", "rsa")}));
     EXPECT_FALSE(isDirect(leaf, {leaf, Octets{0x30, 0x00}}));
+}
+
+// The issuer is judged at its first use, which may come from several threads at once.
+TEST_F(DirectChain, ServesManyThreads) {
+    constexpr int threadCount = 4;
+    constexpr int rounds = 10;
+    const Octets direct = fullLeaf().build();
+    const Octets indirect = LeafParts(withExtensions({extension("1.2.3.4", {0x05, 0x00})})).build();
+    for (int round = 0; round < rounds; ++round) {
+        trust({authority()});
+        std::array<int, threadCount> accepted{};
+        std::vector<std::thread> threads;
+        for (int& count : accepted) {
+            threads.emplace_back([&] {
+                for (const Octets* leaf : {&direct, &indirect}) {
+                    const std::array<provider::Bytes, 1> carried{*leaf};
+                    count += provider::chainSigner(*store_, *leaf, carried, testTime).signer != nullptr ? 1 : 0;
+                }
+            });
+        }
+        for (std::thread& thread : threads)
+            thread.join();
+        EXPECT_THAT(accepted, ::testing::Each(2));
+    }
 }
 
 // Each octet changed in turn: in what the authority then signs, and in what it signed before.

@@ -1,0 +1,52 @@
+#include "tools/sso2ticket/program.h"
+
+#include "tools/sso2ticket/command_line.h"
+#include "tools/sso2ticket/console.h"
+
+#include <iostream>
+#include <string>
+#include <vector>
+
+namespace quorvanti {
+
+namespace {
+
+// Names options only: what else stands there may be a ticket, a token or a password.
+std::string namesOf(const std::vector<std::string>& words) {
+    constexpr std::size_t longest = 32;
+    std::string names;
+    std::size_t others = 0;
+    for (const std::string& word : words) {
+        const std::string name = word.substr(0, word.find('='));
+        if (name.starts_with("--") && name.size() > 2 && name.size() <= longest) {
+            names += " " + name;
+        } else {
+            ++others;
+        }
+    }
+    return names + (others > 0 ? " (" + std::to_string(others) + " not shown: no option)" : "");
+}
+
+}  // namespace
+
+ExitCode runProgram(int argc, char** argv, const char* version) {
+    CLI::App app("Works with single-sign-on tickets on the command line.", "sso2ticket");
+    app.set_version_flag("--version", std::string("sso2ticket ") + version);
+    app.require_subcommand(1);
+    Action action;
+    addCommands(app, action);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ExtrasError&) {
+        std::cerr << "These arguments were not expected:" << namesOf(app.remaining(true))
+                  << "\nRun with --help for more information.\n";
+        return ExitCode::usage;
+    } catch (const CLI::ParseError& error) {
+        const int exit = app.exit(error, std::cout, std::cerr);
+        return exit == 0 ? ExitCode::accepted : ExitCode::usage;
+    }
+    readBytesAsTheyAre();  // a certificate may come that way
+    return action(std::cin, std::cout);
+}
+
+}  // namespace quorvanti

@@ -116,7 +116,10 @@ TEST_F(Reload, AThousandTimesInOneProcessWithoutGrowth) {
         ASSERT_FALSE(isSharedLibraryLoaded("kavcrypto.dll")) << "still in memory";
     }
     const ProcessMemory after = processMemory();
-    EXPECT_LT(after.allocated, before.allocated + 128 * rounds);
+    // What winpthreads makes when a lock is taken for the first time, 24 bytes, stays when the lock is a static one:
+    // seven of them, measured. One forgotten record of a thread is 480.
+    constexpr std::size_t locks = 7;
+    EXPECT_LT(after.allocated, before.allocated + (24 * locks + 24) * rounds);
     EXPECT_LE(handles(), handlesBefore + 2);
 }
 

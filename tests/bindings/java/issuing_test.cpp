@@ -26,17 +26,6 @@ QUORVANTI_FOR_BOTH_CLASSES(Issuing);
 
 class Tokens : public NativesTest {
 protected:
-    // Signed with what the double answers.
-    static std::string token(std::string_view payload) {
-        const auto url = [](std::string_view text) {
-            std::string encoded = base64(bytesOf(text));
-            while (encoded.ends_with('=')) {
-                encoded.pop_back();
-            }
-            return encoded;
-        };
-        return url(R"({"alg":"HS256"})") + "." + url(payload) + "." + url("value of the double");
-    }
     void startWithKey() {
         start();
         natives_.loadKey(env_, nullptr, jni_.bytes("key"), nullptr, 0, 2);

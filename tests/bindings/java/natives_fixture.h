@@ -81,6 +81,17 @@ protected:
         return ticketText(builder.signedBytes(), bytesOf("signature"));
     }
     static TicketBuilder logon() { return TicketBuilder::logon(std::time(nullptr)); }
+    // Signed with what the double answers.
+    static std::string token(std::string_view payload) {
+        const auto url = [](std::string_view text) {
+            std::string encoded = base64(bytesOf(text));
+            while (encoded.ends_with('=')) {
+                encoded.pop_back();
+            }
+            return encoded;
+        };
+        return url(R"({"alg":"HS256"})") + "." + url(payload) + "." + url("value of the double");
+    }
 
     const EnvironmentVariable noLibrary_{"SSF_LIB", nullptr};
     CryptoDouble crypto_;

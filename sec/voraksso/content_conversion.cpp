@@ -94,15 +94,16 @@ namespace {
 // A converter that is ready for a pair of code pages, or the code with which the conversion fails. The caller holds the
 // conversion lock for as long as it uses the converter.
 std::int32_t prepareConverter(std::string_view source, std::string_view target, ReadyConverter*& converter) {
-    std::int32_t code = rscpCInit();
-    if (code != 0) {
-        TRACE_ERROR("Error in rscpCInit rc = %d", code);
-        writeReport();
-        return kConverterStartFailed;
-    }
+    std::int32_t code = 0;
     try {
+        code = rscpCInit();
+        if (code != 0) {
+            TRACE_ERROR("Error in rscpCInit rc = %d", code);
+            writeReport();
+            return kConverterStartFailed;
+        }
         converter = converterCache().find(source, target, code);
-    } catch (const std::bad_alloc&) {  // a code page that comes from a file is read into memory
+    } catch (const std::bad_alloc&) {  // names of files and what is read from them
         return kConverterNoMemory;
     }
     if (converter == nullptr) {

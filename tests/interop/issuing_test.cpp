@@ -4,6 +4,7 @@
 #include "tests/interop/evaluation.h"
 #include "tests/support/command.h"
 #include "tests/support/issuer/openssl_issuer.h"
+#include "tests/support/pattern.h"
 #include "tests/support/temporary_directory.h"
 
 #include <quorvanti/ssf.h>
@@ -18,7 +19,6 @@
 #include <iterator>
 
 using namespace quorvanti::test;
-using testing::MatchesRegex;
 
 namespace {
 
@@ -135,7 +135,7 @@ TEST_P(IssuedWith, OpensslAcceptsTheSignatureOfEachHashWithAndWithoutCertificate
             ASSERT_EQ(QuorvantiSetProperty("SSF_INCLUDE_CERT", carried), VORAK_OK);
             std::string ticket;
             ASSERT_EQ(Issuing::create(issuer_.keyAndCertificatePemFile(), nullptr, ticket), VORAK_OK);
-            EXPECT_THAT(ticket, MatchesRegex("[A-Za-z0-9!/]+=*"));
+            EXPECT_THAT(ticket, MatchesPattern("[A-Za-z0-9!/]+=*"));
             expectOpensslAccepts(ticket, carried);
             const Evaluation evaluated =
                 evaluateAssertion(received(ticket), issuer_.certificatePemFile(), "DEV", "200");

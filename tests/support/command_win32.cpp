@@ -44,6 +44,8 @@ CommandResult runCommand(const std::vector<std::string>& words, const std::strin
     for (const std::string& word : words) {
         line += quoted(word == "openssl" ? QUORVANTI_OPENSSL : word) + " ";
     }
+    // The openssl command reads its words in the system's code page otherwise.
+    SetEnvironmentVariableA("OPENSSL_WIN32_UTF8", "1");
     STARTUPINFOA startup{};
     startup.cb = sizeof startup;
     startup.dwFlags = STARTF_USESTDHANDLES;
@@ -53,6 +55,7 @@ CommandResult runCommand(const std::vector<std::string>& words, const std::strin
     PROCESS_INFORMATION child{};
     const bool started =
         CreateProcessA(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &child) != FALSE;
+    const DWORD error = GetLastError();
     DWORD exitCode = 1000;
     if (started) {
         WaitForSingleObject(child.hProcess, INFINITE);
@@ -64,8 +67,22 @@ CommandResult runCommand(const std::vector<std::string>& words, const std::strin
     CloseHandle(startup.hStdOutput);
     CloseHandle(startup.hStdError);
     const std::string out = readFile(directory.file("out"));
-    return {exitCode <= 255 ? static_cast<int>(exitCode) : 1000, asText(out), asText(readFile(directory.file("err"))),
-            out};
+    std::string err = asText(readFile(directory.file("err")));
+    if (!started) {
+        err = words[0] + " cannot be started: error " + std::to_string(error);
+    } else if (exitCode > 255) {
+        err += words[0] + " ended with " + std::to_string(exitCode);
+        exitCode = 1000;
+    }
+    return {static_cast<int>(exitCode), asText(out), err, out};
+}
+
+bool wordsMayBeAnyBytes() {
+    return false;
+}
+
+bool opensslCanLackOldCiphers() {
+    return false;
 }
 
 }  // namespace quorvanti::test

@@ -123,7 +123,7 @@ TEST_F(Initialize, SaysItsStepsInOrder) {
     const EnvironmentVariable target("KAV_EXT_TRC", file.c_str());
     const EnvironmentVariable level("KAV_EXT_TRL", "3");
     ASSERT_EQ(VorakInitialize(nullptr), VORAK_OK);
-    std::string text = readFile(file);
+    std::string text = readText(file);
     for (const char* step :
          {"trc level: 3, release: \"742\"\n", "Leave QuorvantiSetProperty\n", "VorakInitialize was called.\n",
           "    Initializing QUORVANTI Version 15 \n", "    Built at ", kSystemName,

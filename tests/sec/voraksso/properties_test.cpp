@@ -135,7 +135,7 @@ TEST_F(PropertiesTest, ALevelAndThenATargetStartTheFileAtThatLevel) {
     const std::string file = directory.file("sso.trc");
     EXPECT_EQ(set("KAV_EXT_TRL", "2"), VORAK_OK);
     EXPECT_EQ(set("KAV_EXT_TRC", file.c_str()), VORAK_OK);
-    EXPECT_EQ(readFile(file), headerOf("sso.trc", "2"));
+    EXPECT_EQ(readText(file), headerOf("sso.trc", "2"));
     set("KAV_EXT_TRC", nullptr);
 }
 
@@ -144,9 +144,9 @@ TEST_F(PropertiesTest, ATargetAloneStartsTheFileAtMinusOneAndOnlyTheBannerFollow
     const std::string file = directory.file("sso.trc");
     EXPECT_EQ(set("KAV_EXT_TRC", file.c_str()), VORAK_OK);
     EXPECT_EQ(set("NO_SUCH", "1"), VORAK_INVALID) << "an error line, at another level";
-    EXPECT_EQ(readFile(file), headerOf("sso.trc", "-1"));
+    EXPECT_EQ(readText(file), headerOf("sso.trc", "-1"));
     TRACE(0, "banner\n");
-    EXPECT_TRUE(readFile(file).ends_with("] banner\n"));
+    EXPECT_TRUE(readText(file).ends_with("] banner\n"));
     set("KAV_EXT_TRC", nullptr);
 }
 

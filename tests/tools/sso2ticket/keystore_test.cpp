@@ -158,6 +158,10 @@ TEST_F(Keystore, EachWayNotToOpenHasItsSentence) {
     const CommandResult refused = tool({"keystore", "list", store_, "--password-env", "QUORVANTI_TEST_WRONG"});
     expectTalk(refused, configuration, "the password is wrong");
     EXPECT_THAT(refused.err, Not(HasSubstr("swordfish")));
+}
+
+TEST_F(Keystore, ACipherThatIsNotThereIsSaid) {
+    SKIP_UNLESS_OLD_CIPHERS_CAN_LACK();
     opensslStore({"-legacy", "-certpbe", "PBE-SHA1-RC2-40", "-keypbe", "PBE-SHA1-3DES"});
     const EnvironmentVariable withoutOldCiphers("OPENSSL_MODULES", directory_.path().string().c_str());
     expectTalk(keystore("list", {store_}), configuration, "is encrypted with a cipher that cannot be read here");

@@ -45,18 +45,19 @@ std::FILE* CTrcOpen(const char* name, std::int32_t level);
 // Closes the library's stream, unless it is the standard error, and ends the trace. Returns 0.
 std::int32_t CTrcCloseStream();
 
-void DpTrcLock();
-void DpTrcUnlock();
+// All of these are marked as cold, which keeps what is done for a trace line away from the code that always runs.
+[[gnu::cold]] void DpTrcLock();
+[[gnu::cold]] void DpTrcUnlock();
 // The position that the next error or warning line cites; under the trace lock, together with that line.
-void DpTrcSetLocation(const char* sourcePath, int line);
+[[gnu::cold]] void DpTrcSetLocation(const char* sourcePath, int line);
 // A message of one line or several. A null stream is the standard error.
-[[gnu::format(printf, 2, 3)]] void DpTrc(std::FILE* stream, const char* format, ...);
-[[gnu::format(printf, 2, 3)]] void DpTrcError(std::FILE* stream, const char* format, ...);
-[[gnu::format(printf, 2, 3)]] void DpTrcWarning(std::FILE* stream, const char* format, ...);
+[[gnu::cold, gnu::format(printf, 2, 3)]] void DpTrc(std::FILE* stream, const char* format, ...);
+[[gnu::cold, gnu::format(printf, 2, 3)]] void DpTrcError(std::FILE* stream, const char* format, ...);
+[[gnu::cold, gnu::format(printf, 2, 3)]] void DpTrcWarning(std::FILE* stream, const char* format, ...);
 // At level 3, to the library's stream. Always ends with a line that holds the length, even if it holds nothing else.
-void DpTrcHexDump(const void* data, std::size_t length);
+[[gnu::cold]] void DpTrcHexDump(const void* data, std::size_t length);
 // The same without that last line, unless it holds bytes.
-void DpTrcHexLines(const void* data, std::size_t length);
+[[gnu::cold]] void DpTrcHexLines(const void* data, std::size_t length);
 
 // Holds the trace lock, so that several lines stay together.
 class TraceLock {

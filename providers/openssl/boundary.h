@@ -33,7 +33,7 @@ std::int32_t boundary(Function&& function) noexcept {
     });
 }
 
-inline std::int32_t invalidArguments(std::string_view function) {
+[[gnu::cold]] inline std::int32_t invalidArguments(std::string_view function) {
     constexpr std::string_view tail = ": a required argument is missing or a length is negative.";
     try {
         return fail(SSF_API_INVALID_FUNCARGS, std::string(function).append(tail));

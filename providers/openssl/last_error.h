@@ -7,7 +7,7 @@
 namespace quorvanti::provider {
 
 // Keeps the sentence as the calling thread's last error and returns the code. Never a secret in it.
-std::int32_t fail(std::int32_t code, std::string_view sentence) noexcept;
+[[gnu::cold]] std::int32_t fail(std::int32_t code, std::string_view sentence) noexcept;
 
 struct LastError {
     std::int32_t code;

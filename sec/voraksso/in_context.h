@@ -16,7 +16,9 @@ inline std::string_view withoutTrailingBlanks(std::string_view text) {
 // A text of fixed width, filled up with zero bytes; trailing blanks do not count.
 template <std::size_t Width>
 struct FixedText {
-    char characters[Width] = {};
+    FixedText() { characters[0] = '\0'; }
+
+    char characters[Width];
 
     // A text that is too long is cut.
     void assign(std::string_view text) {

@@ -91,6 +91,7 @@ std::wstring libraryPath() {
     const HMODULE module = LoadLibraryA(QUORVANTI_DLL);
     wchar_t path[MAX_PATH] = {};
     GetModuleFileNameW(module, path, MAX_PATH);
+    FreeLibrary(module);  // who loads it further on is to be seen
     return path;
 }
 
@@ -165,6 +166,28 @@ TEST_F(ComRegistration, TheNamesLeadToTheClassAndTheClassToTheLibrary) {
         long version = 0;
         EXPECT_EQ(tickets->slot5(&version), S_OK);
         EXPECT_EQ(version, 15);
+    }
+    CoUninitialize();
+    EXPECT_EQ(regsvr32(L"/u", libraryPath()), 0U);
+}
+
+TEST_F(ComRegistration, TheLibraryLeavesTheProcessWhenItIsUnusedAndComesBack) {
+    ASSERT_EQ(regsvr32(L"", libraryPath()), 0U);
+    ASSERT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
+    for (int round = 0; round < 10; ++round) {
+        {
+            void* object = nullptr;
+            ASSERT_EQ(CoCreateInstance(kSso2Ticket, nullptr, CLSCTX_INPROC_SERVER, kTicketValidator, &object), S_OK);
+            const Held<TicketSlots> tickets(static_cast<TicketSlots*>(object));
+            BstrResult none;
+            EXPECT_EQ(static_cast<std::uint32_t>(tickets->slot10(Bstr(L"KAV_COLOUR"), none.place())), 0x80040009U);
+            CoFreeUnusedLibrariesEx(0, 0);
+            long version = 0;
+            EXPECT_EQ(tickets->slot5(&version), S_OK);
+            EXPECT_NE(GetModuleHandleW(L"quorvanti.dll"), nullptr);
+        }
+        CoFreeUnusedLibrariesEx(0, 0);
+        EXPECT_EQ(GetModuleHandleW(L"quorvanti.dll"), nullptr) << round;
     }
     CoUninitialize();
     EXPECT_EQ(regsvr32(L"/u", libraryPath()), 0U);

@@ -126,19 +126,19 @@ void putSignedData(DerWriter& writer, const TrustedCertificate& own, Bytes conte
 
 DerWriter signContent(const KeyStore& store, std::span<const std::uint8_t> content, const SigningOptions& options) {
     constexpr std::size_t around = 256;  // what is neither name nor certificate nor content nor signature
-    const DerWriter nothing(0);
+    const auto nothing = [] { return DerWriter(0); };
     const TrustedCertificate& own = *store.own;
     DigestValue contentDigest;
     DigestValue attributesDigest;
     if (signatureOid(own.key->type(), options.digest).empty() || !digestOf(options.digest, content, contentDigest))
-        return nothing;
+        return nothing();
     DerWriter attributes(around);
     putSignedAttributes(attributes, contentDigest.view(), options.time);
     if (!digestOf(options.digest, attributes.written(), attributesDigest))
-        return nothing;
+        return nothing();
     const std::vector<std::uint8_t> signature = signDigest(store, options.digest, attributesDigest.view());
     if (signature.empty())
-        return nothing;
+        return nothing();
     DerWriter writer(around + attributes.size() + signature.size() + own.issuer.size() + own.serial.size() +
                      (options.includeCertificate ? own.der.size() : 0) + (options.detached ? 0 : content.size()));
     putSignedData(writer, own, content, attributes.written(), signature, options);

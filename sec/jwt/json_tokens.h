@@ -23,8 +23,8 @@ struct JsonToken {
 inline constexpr std::int32_t kJsonNoRoom = -1;
 inline constexpr std::int32_t kJsonMalformed = -2;
 
-// The number of tokens; negative when the text is not one JSON value (white space around it aside), or when the list
-// has no room for it. Bytes from 128 on are taken as they are inside strings.
-std::int32_t jsonTokenize(std::string_view text, std::span<JsonToken> tokens);
+// The number of tokens; negative when the text is not one JSON value (white space around it aside), or when there
+// is too little room for it. Bytes from 128 on are taken as they are inside strings.
+std::int32_t jsonTokenize(std::string_view text, std::span<JsonToken> room);
 
 }  // namespace quorvanti

@@ -14,7 +14,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cinttypes>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -160,21 +159,17 @@ std::int32_t validityOf(TICKET& ticket) {
     // Taken as it stands, without a test for twelve, when it is not too long to be a time at all.
     const std::size_t length =
         creation->size() <= kLongestCreationTime ? std::min<std::size_t>(creation->size(), 12) : 0;
-    const std::optional<CalendarTime> time = parseCreationTime(creation->first(length));
-    const std::optional<std::int64_t> validity =
-        validityInSeconds({unitBytes(ticket, kUnitValidityHours), unitBytes(ticket, kUnitValidityMinutes)});
-    if (!time || !validity) {
+    const std::optional<TicketTimes> times = ticketTimes(
+        creation->first(length), {unitBytes(ticket, kUnitValidityHours), unitBytes(ticket, kUnitValidityMinutes)});
+    if (!times) {
         return noValidity(ticket, kErrorMalformed);
     }
-    const std::int64_t created = SecondsSince1970(*time);
-    const std::int64_t now = currentMinute();
-    TRACE(2, "CurTime_t = %" PRId64 ", CreTime_t = %" PRId64 " \n", now, created);
-    if (now - created > *validity) {
+    if (times->age > times->validity) {
         return noValidity(ticket, kErrorExpired);
     }
-    const std::int64_t remaining = *validity - (now - created);
+    const std::int64_t remaining = times->validity - times->age;
     // A remainder beyond 32 bits, of a ticket from the future, would be negative: the whole validity stands for it.
-    return remaining <= INT32_MAX ? static_cast<std::int32_t>(remaining) : cappedSeconds(*validity);
+    return remaining <= INT32_MAX ? static_cast<std::int32_t>(remaining) : cappedSeconds(times->validity);
 }
 
 std::int32_t refuse(TICKET& ticket, std::uint32_t error) {

@@ -61,6 +61,32 @@ std::optional<std::span<const std::uint8_t>> bytesOf(const ContentNode* unit) {
     return unit != nullptr ? std::optional(unit->bytes()) : std::nullopt;
 }
 
+// Nothing when a unit is no four bytes long.
+std::optional<std::int64_t> validityInSeconds(const ValidityUnits& units) {
+    std::int64_t validity = 0;
+    if (units.hours) {
+        TRACE(2, "Computing validity in hours.\n");
+        const std::optional<std::int32_t> hours = integerOf(*units.hours);
+        if (!hours) {
+            return std::nullopt;
+        }
+        if (*hours > kHoursLimit) {
+            return kLongestValidity;
+        }
+        validity = std::int64_t{*hours} * 3600;
+    }
+    if (units.minutes) {
+        TRACE(2, "Computing validity in minutes.\n");
+        const std::optional<std::int32_t> minutes = integerOf(*units.minutes);
+        if (!minutes) {
+            return std::nullopt;
+        }
+        // Only what is left below an hour counts: deliberate, issuers put whole hours into their own unit.
+        validity += std::int64_t{*minutes % 60} * 60;
+    }
+    return validity;
+}
+
 }  // namespace
 
 std::int64_t SecondsSince1970(const CalendarTime& time) {
@@ -109,34 +135,6 @@ std::int32_t cappedSeconds(std::int64_t seconds) {
     return static_cast<std::int32_t>(std::min<std::int64_t>(seconds, std::numeric_limits<std::int32_t>::max()));
 }
 
-std::optional<std::int64_t> validityInSeconds(const ValidityUnits& units) {
-    if (!units.hours && !units.minutes) {
-        return std::nullopt;
-    }
-    std::int64_t validity = 0;
-    if (units.hours) {
-        TRACE(2, "Computing validity in hours.\n");
-        const std::optional<std::int32_t> hours = integerOf(*units.hours);
-        if (!hours) {
-            return std::nullopt;
-        }
-        if (*hours > kHoursLimit) {
-            return kLongestValidity;
-        }
-        validity = std::int64_t{*hours} * 3600;
-    }
-    if (units.minutes) {
-        TRACE(2, "Computing validity in minutes.\n");
-        const std::optional<std::int32_t> minutes = integerOf(*units.minutes);
-        if (!minutes) {
-            return std::nullopt;
-        }
-        // Only what is left below an hour counts: deliberate, issuers put whole hours into their own unit.
-        validity += std::int64_t{*minutes % 60} * 60;
-    }
-    return validity;
-}
-
 std::optional<CalendarTime> parseCreationTime(std::span<const std::uint8_t> digits) {
     const auto isDigit = [](std::uint8_t c) { return c >= '0' && c <= '9'; };
     if (digits.size() != kCreationTimeLength || !std::all_of(digits.begin(), digits.end(), isDigit)) {
@@ -156,6 +154,29 @@ std::optional<CalendarTime> parseCreationTime(std::span<const std::uint8_t> digi
     return time;
 }
 
+std::optional<TicketTimes> ticketTimes(std::span<const std::uint8_t> creationTime, const ValidityUnits& units) {
+    if (!units.hours && !units.minutes) {
+        return std::nullopt;
+    }
+    TRACE(2, "Got date %12.*s from ticket.\n",
+          static_cast<int>(std::min<std::size_t>(creationTime.size(), kCreationTimeLength)),
+          reinterpret_cast<const char*>(creationTime.data()));
+    const std::optional<CalendarTime> creation = parseCreationTime(creationTime);
+    if (!creation) {
+        return std::nullopt;
+    }
+    const std::int64_t created = SecondsSince1970(*creation);
+    const std::int64_t now = currentMinute();
+    const std::optional<std::int64_t> validity = validityInSeconds(units);
+    if (!validity) {
+        return std::nullopt;
+    }
+    const TicketTimes result{*validity, now - created};
+    TRACE(2, "CurTime_t = %" PRId64 ", CreTime_t = %" PRId64 " \n", now, created);
+    TRACE(2, "validity: %" PRId64 ", difference: %10.3f.\n", result.validity, static_cast<double>(result.age));
+    return result;
+}
+
 std::int32_t ComputeValidity(const ContentList& contents, std::int32_t& remainingSeconds) {
     remainingSeconds = 0;
     const ContentNode* creationUnit = contents.find(kUnitCreationTime);
@@ -168,24 +189,15 @@ std::int32_t ComputeValidity(const ContentList& contents, std::int32_t& remainin
         TRACE_ERROR("invalid format: ticket creation date (len=%u)", creationUnit->convertedLength);
         return VORAK_MALFORMED;
     }
-    TRACE(2, "Got date %12.12s from ticket.\n", reinterpret_cast<const char*>(creationUnit->contents));
-    const std::optional<CalendarTime> creation = parseCreationTime(creationUnit->bytes());
-    if (!creation) {
+    const std::optional<TicketTimes> times =
+        ticketTimes(creationUnit->bytes(), {bytesOf(hoursUnit), bytesOf(minutesUnit)});
+    if (!times) {
         return VORAK_MALFORMED;
     }
-    const std::int64_t created = SecondsSince1970(*creation);
-    const std::int64_t now = currentMinute();
-    const std::optional<std::int64_t> validity = validityInSeconds({bytesOf(hoursUnit), bytesOf(minutesUnit)});
-    if (!validity) {
-        return VORAK_MALFORMED;
-    }
-    const std::int64_t difference = now - created;
-    TRACE(2, "CurTime_t = %" PRId64 ", CreTime_t = %" PRId64 " \n", now, created);
-    TRACE(2, "validity: %" PRId64 ", difference: %10.3f.\n", *validity, static_cast<double>(difference));
-    if (difference > *validity) {
+    if (times->age > times->validity) {
         return VORAK_TICKET_EXPIRED;
     }
-    remainingSeconds = cappedSeconds(*validity - difference);
+    remainingSeconds = cappedSeconds(times->validity - times->age);
     return VORAK_OK;
 }
 

@@ -35,8 +35,14 @@ struct ValidityUnits {
     std::optional<std::span<const std::uint8_t>> hours;
     std::optional<std::span<const std::uint8_t>> minutes;
 };
-// The validity in seconds; nothing when there is no unit or one is no four bytes long.
-std::optional<std::int64_t> validityInSeconds(const ValidityUnits& units);
+
+// In seconds, and exact.
+struct TicketTimes {
+    std::int64_t validity;
+    std::int64_t age;  // less than 0: from the future
+};
+// Each step is traced. Nothing when the creation time is no date, when there is no unit or one is no four bytes long.
+std::optional<TicketTimes> ticketTimes(std::span<const std::uint8_t> creationTime, const ValidityUnits& units);
 
 // 0 with the seconds left; 4 expired; 5 creation time or validity missing or malformed.
 std::int32_t ComputeValidity(const ContentList& contents, std::int32_t& remainingSeconds);

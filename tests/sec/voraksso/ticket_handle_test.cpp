@@ -78,6 +78,7 @@ TEST_F(TicketHandle, WhatIsVerifiedIsEverythingBeforeTheSignature) {
     const Bytes content = builder.signedBytes();
     EXPECT_EQ(crypto.argument("SsfEncode", "data"), std::string(content.begin(), content.end()));
     EXPECT_EQ(crypto.argument("SsfVerify", "signature"), "signature");
+    EXPECT_EQ(crypto.argument("SsfVerify", "format"), "PKCS7");
     EXPECT_EQ(crypto.argument("SsfVerify", "password"), "");
 }
 
@@ -345,10 +346,33 @@ TEST_F(TicketHandle, ARemainderBeyond32BitsIsTheWholeValidity) {
 }
 
 TEST_F(TicketHandle, MinutesCountBelowAnHourOnly) {
-    const TraceCapture trace(2);
     ASSERT_TRUE(set(TicketBuilder().creation(kNow).validityHours(0).validityMinutes(90)));
     EXPECT_EQ(TcktGetValidity(handle.get()), 1800);
-    EXPECT_TRUE(hasLine(trace, "CurTime_t = 1773651900, CreTime_t = 1773651900 "));
+}
+
+TEST_F(TicketHandle, TheAgeIsTracedAsThatOfAnEvaluatedTicket) {
+    ASSERT_TRUE(set(TicketBuilder().creation(kNow).validityHours(0).validityMinutes(90)));
+    {
+        const TraceCapture trace(2);
+        TcktGetValidity(handle.get());
+        EXPECT_EQ(trace.lines(),
+                  (std::vector<std::string>{"Got date 202603150905 from ticket.", "Cur time = 202603150905.",
+                                            "Computing validity in hours.", "Computing validity in minutes.",
+                                            "CurTime_t = 1773651900, CreTime_t = 1773651900 ",
+                                            "validity: 1800, difference:      0.000."}));
+    }
+    for (const auto& [creation, shown] :
+         {std::pair{"20260315", "    20260315"}, {"", "            "}, {"20260315090500", "            "}}) {
+        ASSERT_TRUE(set(TicketBuilder().creation(creation).validityHours(1).user("behind it")));
+        const TraceCapture trace(2);
+        TcktGetValidity(handle.get());
+        EXPECT_EQ(trace.lines(), std::vector<std::string>{std::string("Got date ") + shown + " from ticket."});
+    }
+    ASSERT_TRUE(set(TicketBuilder().creation(kNow)));
+    const TraceCapture trace(2);
+    EXPECT_EQ(TcktGetValidity(handle.get()), -1);
+    EXPECT_EQ(lastError(), 5u) << "nothing says how long it is valid";
+    EXPECT_EQ(trace.lines(), std::vector<std::string>{});
 }
 
 }  // namespace

@@ -137,6 +137,18 @@ TEST_F(Evaluate, SaysItsStepsInOrder) {
                                                "End of function VorakEvalLogonTicketEx."}));
 }
 
+TEST_F(Evaluate, SaysAtLevel2WhatItDecidesAndNoMore) {
+    FullRecord record;
+    const std::string text = ticket(TicketBuilder().user("JDOE").creation(kNow).validityHours(1));
+    const TraceCapture trace(2);
+    ASSERT_EQ(evaluate(text, record.info), VORAK_OK);
+    EXPECT_EQ(trace.lines(), (std::vector<std::string>{
+                                 "Convert ticket content from KAV_CODEPAGE >4110< to >1100< ",
+                                 "Got date 202603150905 from ticket.", "Cur time = 202603150905.",
+                                 "Computing validity in hours.", "CurTime_t = 1773651900, CreTime_t = 1773651900 ",
+                                 "validity: 3600, difference:      0.000.", "Evaluating certificate with length 25"}));
+}
+
 TEST_F(Evaluate, NoTicketAndNoSecretIsWrittenBelowLevel3) {
     const std::string text = ticket(everything());
     const TraceCapture trace(2);
@@ -163,11 +175,14 @@ TEST_F(Evaluate, WithoutAProfileTheCachedKeyIsUsed) {
     const TraceCapture trace(3);
     ASSERT_EQ(VorakLoadTicketKey(reinterpret_cast<const std::uint8_t*>("image"), 5, "key-password", 0, VORAK_KEY_STORE),
               VORAK_OK);
-    FullRecord record;
     const std::string text = ticket(everything());
-    EXPECT_EQ(VorakEvalLogonTicketEx(text.c_str(), nullptr, "ignored", nullptr, nullptr, &record.info), VORAK_OK);
-    EXPECT_EQ(crypto.argument("SsfVerify", "profile"), libraryState().ticketKey.pseName);
-    EXPECT_EQ(crypto.argument("SsfVerify", "password"), "key-password");
+    for (const char* none : {static_cast<const char*>(nullptr), ""}) {
+        FullRecord record;
+        EXPECT_EQ(VorakEvalLogonTicketEx(text.c_str(), none, "ignored", nullptr, nullptr, &record.info), VORAK_OK);
+        EXPECT_EQ(crypto.argument("SsfVerify", "profile"), libraryState().ticketKey.pseName);
+        EXPECT_EQ(crypto.argument("SsfVerify", "password"), "key-password");
+        crypto->functions.erase("SsfVerify");
+    }
     EXPECT_FALSE(trace.contains("key-password"));
 }
 
@@ -177,6 +192,16 @@ TEST_F(Evaluate, WithoutProfileAndKeyTheTraceSaysSo) {
     const std::string text = ticket(everything());
     EXPECT_EQ(VorakEvalLogonTicketEx(text.c_str(), "", nullptr, nullptr, nullptr, &record.info), VORAK_OK);
     EXPECT_TRUE(hasLine(trace, "Profile (path to key) is the following: (NULL)"));
+    EXPECT_TRUE(hasLine(trace, "Password is null (empty)"));
+}
+
+TEST_F(Evaluate, IsVerifiedAsPkcs7WithoutAPasswordWhenThatIsEmpty) {
+    const TraceCapture trace(3);
+    FullRecord record;
+    const std::string text = ticket(everything());
+    EXPECT_EQ(VorakEvalLogonTicketEx(text.c_str(), "store.pse", "", nullptr, nullptr, &record.info), VORAK_OK);
+    EXPECT_EQ(crypto.argument("SsfEncode", "format"), "PKCS7");
+    EXPECT_EQ(crypto.argument("SsfVerify", "format"), "PKCS7");
     EXPECT_TRUE(hasLine(trace, "Password is null (empty)"));
 }
 
@@ -301,6 +326,9 @@ TEST_F(Evaluate, WithoutInitializationEverythingIsRefused) {
     EXPECT_EQ(evaluate(ticket(everything()), record.info), VORAK_INVALID);
     EXPECT_TRUE(record.cleared());
     EXPECT_TRUE(hasLine(trace, "*** ERROR => VorakInitialize must be called first. [ssoxxext]"));
+    FullRecord tooLong;
+    EXPECT_EQ(evaluate(std::string(4096, 'A'), tooLong.info), VORAK_INVALID);
+    EXPECT_TRUE(trace.contains("*** ERROR => Ticket too long: 4096")) << "the length is checked before";
 }
 
 TEST_F(Evaluate, WhatIsNoTicketIsRefused) {
@@ -335,6 +363,7 @@ TEST_F(Evaluate, TheRecordsCodePageComesBeforeTheProperty) {
 TEST_F(Evaluate, ThePropertyDecidesWhenTheRecordSaysNothing) {
     QuorvantiSetProperty("KAV_EXT_CODEPAGE", "4110");
     FullRecord record;
+    std::memcpy(record.info.code_page, "\0xyz", 4);
     ASSERT_EQ(evaluate(ticket(everything().user("Gr\xC3\xBC\xC3\x9F")), record.info), VORAK_OK);
     EXPECT_EQ(record.user.text(), "Gr\xC3\xBC\xC3\x9F");
     QuorvantiSetProperty("KAV_EXT_CODEPAGE", nullptr);

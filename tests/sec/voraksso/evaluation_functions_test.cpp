@@ -162,6 +162,21 @@ TEST_F(EvaluationFunctions, EachTracesEntryAndExitAtLevel3) {
     }
 }
 
+TEST_F(EvaluationFunctions, AfterAFailureAllButTheFirstTraceTheirExit) {
+    const TraceCapture trace(3);
+    FullRecord record;
+    Arguments a;
+    a.ticket = "AAAA";
+    call(a);
+    EXPECT_FALSE(trace.contains("End of function"));
+    evaluate("AAAA", record.info);
+    VorakEvalAssertionTicket("AAAA", "p", nullptr, "SYS", "000", &record.info);
+    VorakEvalTicket("AAAA", 4, &record.info);
+    for (const char* name : {"VorakEvalLogonTicketEx", "VorakEvalAssertionTicket", "VorakEvalTicket"}) {
+        EXPECT_TRUE(hasLine(trace, "End of function " + std::string(name) + ".")) << name;
+    }
+}
+
 TEST_F(EvaluationFunctions, EvalTicketTakesTheGivenLength) {
     FullRecord record;
     const std::string longer = text + "and something behind it";

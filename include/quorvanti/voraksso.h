@@ -211,7 +211,8 @@ typedef struct TICKET_INFO {
  * signer; else the crypto library's overall code (such as 5: see the high half) in the low half and the signer's own in
  * the high half. Compare VORAK_STANDARD_ERROR and VORAK_SSF_ERROR.
  *
- * On failure every output is empty, but a capacity that was too small holds the length needed.
+ * On failure every output is empty, but a capacity that was too small holds the length needed. With an argument missing
+ * nothing is written.
  */
 QUORVANTI_API int32_t VorakEvalLogonTicket(const char* ticket, const char* profile, const char* password, char* user,
                                            uint32_t* userLength, uint8_t* certificate, uint32_t* certificateLength,
@@ -390,7 +391,8 @@ QUORVANTI_API void release_TICKET(TICKET** ticket);
 
 /*
  * Decodes and takes apart a ticket text: 1, or 0 with the last error set (3 a foreign character, 5 malformed, 11 out of
- * memory); then nothing of an earlier ticket is left. The first 100 units are kept.
+ * memory); then nothing of an earlier ticket is left. The first 100 units are kept. A null text is 0 and changes
+ * nothing.
  */
 QUORVANTI_API int32_t TcktSetTicket(TICKET* ticket, const char* text);
 /*

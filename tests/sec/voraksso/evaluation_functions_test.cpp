@@ -27,9 +27,9 @@ protected:
         std::uint32_t* certificateLengthPointer = &certificateLength;
     };
     static std::int32_t call(Arguments& a) {
-        return VorakEvalLogonTicket(a.ticket, "p", nullptr, a.userPointer, a.userLengthPointer, a.certificatePointer,
-                                    a.certificateLengthPointer, a.systemIdPointer, a.systemIdLengthPointer,
-                                    a.clientPointer, a.clientLengthPointer);
+        return VorakEvalLogonTicket(a.ticket, "store.pse", "secret", a.userPointer, a.userLengthPointer,
+                                    a.certificatePointer, a.certificateLengthPointer, a.systemIdPointer,
+                                    a.systemIdLengthPointer, a.clientPointer, a.clientLengthPointer);
     }
 
     const std::string text = ticket(logon());
@@ -43,17 +43,19 @@ TEST_F(EvaluationFunctions, LogonTicketHandsOutUserSystemClientAndCertificate) {
     EXPECT_GT(a.systemIdLength, 0u);
     EXPECT_EQ(a.clientLength, 3u);
     EXPECT_EQ(a.certificateLength, 25u);
+    EXPECT_EQ(crypto.argument("SsfVerify", "profile"), "store.pse");
+    EXPECT_EQ(crypto.argument("SsfVerify", "password"), "secret");
 }
 
 TEST_F(EvaluationFunctions, LogonTicketNeedsEveryOneOfItsNineReferencesAndDoesNotEvaluateWithout) {
     const TraceCapture trace(1);
-    int missing = 0;
     const auto refused = [&](auto Arguments::*member) {
         Arguments a;
         a.ticket = text.c_str();
         a.*member = nullptr;
         EXPECT_EQ(call(a), VORAK_INVALID);
-        ++missing;
+        EXPECT_EQ(a.userLength + a.systemIdLength + a.clientLength + a.certificateLength, 4 * 64u);
+        EXPECT_STREQ(a.user, "x") << "nothing is written";
     };
     refused(&Arguments::ticket);
     refused(&Arguments::userPointer);
@@ -127,7 +129,10 @@ TEST_F(EvaluationFunctions, AssertionWithoutOwnIdentityUsesThePropertiesAndSaysS
     QuorvantiSetProperty("KAV_OWN_CLIENT", "777");
     FullRecord record;
     const std::string assertion = ticket(TicketBuilder::assertion(kNow, "OWN", "777"));
-    EXPECT_EQ(VorakEvalAssertionTicket(assertion.c_str(), "p", nullptr, nullptr, nullptr, &record.info), VORAK_OK);
+    EXPECT_EQ(VorakEvalAssertionTicket(assertion.c_str(), "store.pse", "secret", nullptr, nullptr, &record.info),
+              VORAK_OK);
+    EXPECT_EQ(crypto.argument("SsfVerify", "profile"), "store.pse");
+    EXPECT_EQ(crypto.argument("SsfVerify", "password"), "secret");
     EXPECT_EQ(trace.lines(),
               (std::vector<std::string>{"*** ERROR => KAV Assertion Ticket requires System ID information of "
                                         "recipient, use default OWN [ssoxxext]",
@@ -147,14 +152,23 @@ TEST_F(EvaluationFunctions, EachSaysWhatItReturnsOnFailure) {
 }
 
 TEST_F(EvaluationFunctions, EachTracesEntryAndExitAtLevel3) {
+    const std::string assertion = ticket(TicketBuilder::assertion(kNow, "SYS", "000"));
+    const auto callEach = [&] {
+        FullRecord first, second, third;
+        Arguments a;
+        a.ticket = text.c_str();
+        EXPECT_EQ(call(a), VORAK_OK);
+        EXPECT_EQ(evaluate(text, first.info), VORAK_OK);
+        EXPECT_EQ(VorakEvalAssertionTicket(assertion.c_str(), "p", nullptr, "SYS", "000", &second.info), VORAK_OK);
+        EXPECT_EQ(VorakEvalTicket(text.c_str(), static_cast<std::uint32_t>(text.size()), &third.info), VORAK_OK);
+    };
+    {
+        const TraceCapture trace(2);
+        callEach();
+        EXPECT_FALSE(trace.contains("VorakEval"));
+    }
     const TraceCapture trace(3);
-    FullRecord record;
-    Arguments a;
-    a.ticket = text.c_str();
-    call(a);
-    evaluate(text, record.info);
-    VorakEvalAssertionTicket(text.c_str(), "p", nullptr, "SYS", "000", &record.info);
-    VorakEvalTicket(text.c_str(), static_cast<std::uint32_t>(text.size()), &record.info);
+    callEach();
     for (const char* name :
          {"VorakEvalLogonTicket", "VorakEvalLogonTicketEx", "VorakEvalAssertionTicket", "VorakEvalTicket"}) {
         EXPECT_TRUE(hasLine(trace, std::string(name) + " was called.")) << name;

@@ -240,7 +240,9 @@ ValidateResult SignTicket(std::span<const std::uint8_t> content, SsfFunctionTabl
     }
     const ValidateResult result =
         code != SSF_API_OK ? explainSigningFailure(code, table, firstSigner(*signers.list())) : VORAK_CRYPTO_FAILED;
-    table.find(ssf::SsfDELSsfOctetstring)(signature, signatureLength);
+    if (*signature != nullptr) {
+        table.find(ssf::SsfDELSsfOctetstring)(signature, signatureLength);
+    }
     return result;
 }
 

@@ -264,6 +264,7 @@ TEST_F(SignatureTest, ASigningFailureWithoutASignerYields9) {
 TEST_F(SignatureTest, ASigningWithoutResultIsNoSuccess) {
     crypto->hooks.SsfSign = [](auto...) -> std::int32_t { return 0; };
     EXPECT_EQ(sign(), VORAK_CRYPTO_FAILED);
+    EXPECT_EQ(crypto.calls("SsfDELSsfOctetstring"), 1) << "of the encoded content only: no signature was handed out";
 }
 
 TEST_F(SignatureTest, ASignatureWithoutALengthIsNoSuccessAndGoesBack) {

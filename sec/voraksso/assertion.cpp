@@ -24,7 +24,7 @@ namespace {
 constexpr char kTraceUnit[] = "sec/voraksso/ssoxxext";
 
 constexpr std::array<std::uint8_t, 4> kTwoMinutes{0, 0, 0, 2};
-constexpr std::array<std::uint8_t, 1> kAssertionFlag{1};
+constexpr std::array<std::uint8_t, 1> kFlags{kAssertionFlag};
 constexpr std::size_t kProfileLimit = 131;
 constexpr std::uint8_t kPortalUserLimit = 249;
 constexpr std::string_view kPortalPrefix = "portal:";
@@ -169,7 +169,7 @@ std::int32_t addLifetime(AssertionContents& contents) {
         return code;
     }
     TRACE(2, "Write assertion ticket validity \n");
-    code = contents.add(kUnitFlags, kAssertionFlag, "Couldn't create content (flags)", nullptr);
+    code = contents.add(kUnitFlags, kFlags, "Couldn't create content (flags)", nullptr);
     if (code != VORAK_OK) {
         return code;
     }

@@ -20,7 +20,6 @@ constexpr char kTraceUnit[] = "sec/voraksso/ssoxxext";
 constexpr std::uint32_t kSmallestRecord = 120;  // records must be larger
 constexpr int kAnnouncedRecordSize = 128;       // what the message asks for, though 121 to 127 pass: deliberate
 constexpr std::size_t kPortalPrefixLength = 7;  // "portal:"; any other prefix of that length is accepted as well
-constexpr std::uint8_t kAssertionFlag = 0x01;
 
 // The ticket on its way through the checks.
 struct Evaluation {

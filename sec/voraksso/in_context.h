@@ -2,16 +2,13 @@
 #pragma once
 
 #include "sec/kavsecu/function_table.h"
+#include "sec/voraksso/text.h"
 
 #include <cstdint>
 #include <cstring>
 #include <string_view>
 
 namespace quorvanti {
-
-inline std::string_view withoutTrailingBlanks(std::string_view text) {
-    return text.substr(0, text.find_last_not_of(' ') + 1);
-}
 
 // A text of fixed width, filled up with zero bytes; trailing blanks do not count.
 template <std::size_t Width>

@@ -25,6 +25,8 @@ inline constexpr std::uint8_t kUnitSignature = 0xFF;
 
 inline constexpr std::size_t kUnitCapacity = 256;
 
+inline constexpr std::uint8_t kAssertionFlag = 0x01;  // in the first byte of the flags
+
 enum class UnitKind { codePageText, integer, utf8Text, bytes };
 
 struct InfoUnit {

@@ -4,6 +4,7 @@
 #include "krn/env/environment.h"
 #include "sec/voraksso/guarded.h"
 #include "sec/voraksso/state.h"
+#include "sec/voraksso/text.h"
 
 #include <algorithm>
 #include <array>
@@ -35,19 +36,6 @@ bool holds(char* field, std::string_view text) {
 
 bool isEmpty(const char* value) {
     return value == nullptr || *value == '\0';
-}
-
-bool equalsIgnoringCase(std::string_view value, std::string_view lower) {
-    if (value.size() != lower.size()) {
-        return false;
-    }
-    for (std::size_t i = 0; i < value.size(); ++i) {
-        const char c = value[i] >= 'A' && value[i] <= 'Z' ? static_cast<char>(value[i] - 'A' + 'a') : value[i];
-        if (c != lower[i]) {
-            return false;
-        }
-    }
-    return true;
 }
 
 struct Property {

@@ -5,6 +5,7 @@
 #include "base/dptrc/dptrace.h"
 #include "sec/voraksso/content_conversion.h"
 #include "sec/voraksso/properties.h"
+#include "sec/voraksso/text.h"
 
 #include <algorithm>
 #include <array>
@@ -17,12 +18,6 @@ namespace {
 constexpr char kTraceUnit[] = "sec/voraksso/ssoxxext";
 constexpr std::size_t kSystemIdWidth = 8;
 constexpr std::size_t kClientWidth = 3;
-constexpr std::uint8_t kAssertionFlag = 0x01;
-
-std::string_view trimmed(std::string_view text) {
-    const std::size_t last = text.find_last_not_of(' ');
-    return text.substr(0, last == std::string_view::npos ? 0 : last + 1);
-}
 
 auto countSigns(std::string_view text) {
     return std::count(text.begin(), text.end(), '#');
@@ -42,7 +37,7 @@ struct RecipientField {
         if (unit.length > 0 && ConvertText(text, unit.bytes(), "1100", "4110", &length) != 0) {
             representable = false;
         }
-        const std::string_view name = trimmed({reinterpret_cast<const char*>(text.data()), length});
+        const std::string_view name = withoutTrailingBlanks({reinterpret_cast<const char*>(text.data()), length});
         used = name.size();
         // What the field cannot represent was replaced by "#": such a name is not the one that has a "#" itself.
         const std::string_view original(reinterpret_cast<const char*>(unit.contents), unit.length);
@@ -50,7 +45,8 @@ struct RecipientField {
         std::memcpy(characters.data(), name.data(), std::min(used, Width));
     }
     bool matches(std::string_view own) const {
-        own = trimmed(own.substr(0, Width));  // over the width of the field on purpose: what is longer is not looked at
+        own = withoutTrailingBlanks(
+            own.substr(0, Width));  // over the width of the field on purpose: what is longer is not looked at
         return representable && own.size() == used && std::memcmp(own.data(), characters.data(), used) == 0;
     }
 };
@@ -60,7 +56,7 @@ bool checkSystemId(const ContentNode& unit, const std::string& own) {
     if (recipient.matches(own)) {
         return true;
     }
-    const std::size_t ownLength = trimmed(own).size();
+    const std::size_t ownLength = withoutTrailingBlanks(own).size();
     if (recipient.used == ownLength) {
         TRACE_ERROR("Recipient system name does not match with current system name (see note 7700102).\n");
     } else {

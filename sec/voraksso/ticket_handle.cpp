@@ -9,6 +9,7 @@
 #include "sec/voraksso/properties.h"
 #include "sec/voraksso/signature.h"
 #include "sec/voraksso/state.h"
+#include "sec/voraksso/text.h"
 #include "sec/voraksso/ticket_units.h"
 #include "sec/voraksso/validity.h"
 
@@ -56,16 +57,8 @@ std::span<const std::uint8_t> bytesOf(const TicketBlock& block) {
     return {block.data, block.length};
 }
 
-bool startsWithIgnoringCase(std::span<const std::uint8_t> bytes, std::string_view prefix) {
-    const auto lower = [](unsigned char c) { return c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : int{c}; };
-    return bytes.size() >= prefix.size() &&
-           std::equal(prefix.begin(), prefix.end(), bytes.begin(),
-                      [&](char a, std::uint8_t b) { return lower(static_cast<unsigned char>(a)) == lower(b); });
-}
-
-bool equalsIgnoringCase(std::string_view left, std::string_view right) {
-    return left.size() == right.size() &&
-           startsWithIgnoringCase({reinterpret_cast<const std::uint8_t*>(left.data()), left.size()}, right);
+std::string_view textOf(const TicketBlock& block) {
+    return {reinterpret_cast<const char*>(block.data), block.length};
 }
 
 // Keeps the first units; those beyond the limit are stepped over, so that the ticket can still be verified.
@@ -230,9 +223,8 @@ const TicketBlock* userOf(TICKET& ticket, std::string_view application) {
             continue;
         }
         last = &unit.block;
-        const std::span<const std::uint8_t> contents = bytesOf(unit.block);
-        if (contents.size() > application.size() + 1 && startsWithIgnoringCase(contents, application)) {
-            const std::span<const std::uint8_t> user = contents.subspan(application.size() + 1);
+        if (unit.block.length > application.size() + 1 && startsWithIgnoringCase(textOf(unit.block), application)) {
+            const std::span<const std::uint8_t> user = bytesOf(unit.block).subspan(application.size() + 1);
             ticket.userResult = {user.data(), static_cast<std::uint32_t>(user.size())};
             return &ticket.userResult;
         }

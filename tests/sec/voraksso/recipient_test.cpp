@@ -105,6 +105,9 @@ TEST_F(Recipient, AnotherSystemOfAnotherLengthIsNamedWithBothLengths) {
     EXPECT_TRUE(hasLine(trace,
                         "*** ERROR => Recipient system name length 6 does not match with current system name "
                         "length 3, (see note 7700102). [ssoxxext]"));
+    EXPECT_EQ(assertion(to("SYS", "001")), VORAK_NOT_FOR_US);
+    EXPECT_FALSE(trace.contains("=>SYS")) << "who the ticket is for, and who we are, is said at level 2";
+    EXPECT_FALSE(trace.contains("client=>"));
 }
 
 TEST_F(Recipient, AnotherClientIsNamed) {

@@ -122,7 +122,11 @@ TEST_F(TicketHandle, AForeignCharacterFailsAtTheEndWith3) {
 TEST_F(TicketHandle, AFailedTicketLeavesNothingOfTheOneBefore) {
     ASSERT_TRUE(set(aged().user("JDOE")));
     EXPECT_FALSE(set("AAAA"));
-    EXPECT_EQ(unit(1), "(null)");
+    {
+        const TraceCapture trace(1);
+        EXPECT_EQ(unit(1), "(null)");
+        EXPECT_TRUE(trace.contains("Cannot return InfoUnit (1) of unparsed ticket."));
+    }
     EXPECT_EQ(TcktVerify(handle.get()), 0);
     EXPECT_EQ(TcktGetValidity(handle.get()), -1);
     ASSERT_TRUE(set(aged().user("JDOE")));

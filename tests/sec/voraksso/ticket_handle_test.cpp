@@ -109,11 +109,14 @@ TEST_F(TicketHandle, OnlyTheBeginningOfATicketIsShown) {
 TEST_F(TicketHandle, AForeignCharacterFailsAtTheEndWith3) {
     std::string text;
     for (std::string filler; text.empty() || text.ends_with('='); filler += 'x') {
-        text = ticket(aged().user("JDOE" + filler));
+        text = ticket(aged().user("JDOE" + filler).portalUser("john").authScheme("basic"));
     }
     EXPECT_TRUE(set(text + "AAAA")) << "bytes behind the signature do not matter to the parser";
     EXPECT_FALSE(set(text + "AAA!"));
     EXPECT_EQ(lastError(), 3u);
+    EXPECT_EQ(user(nullptr), "(null)") << "what was read before the character is forgotten";
+    EXPECT_EQ(TcktGetAuthScheme(handle.get()), nullptr);
+    EXPECT_EQ(TcktGetValidity(handle.get()), -1);
     text[8] = '!';
     EXPECT_FALSE(set(text));
     EXPECT_EQ(lastError(), 5u) << "what was decoded up to there is no ticket";
@@ -339,6 +342,8 @@ TEST_F(TicketHandle, WithoutCreationTimeOrExpiredTheAgeIs4) {
     EXPECT_EQ(TcktGetValidity(handle.get()), -1);
     EXPECT_EQ(lastError(), 4u);
     ASSERT_TRUE(set(aged()));
+    FixedClock::set(kNow + 3600);
+    EXPECT_EQ(TcktGetValidity(handle.get()), 0) << "exactly at its limit";
     FixedClock::set(kNow + 3660);
     EXPECT_EQ(TcktGetValidity(handle.get()), -1);
     EXPECT_EQ(lastError(), 4u);

@@ -1,5 +1,6 @@
 #include "base/dptrc/dptrace.h"
 
+#include "base/dptrc/release.h"
 #include "base/dptrc/trace_line.h"
 #include "base/dptrc/trace_target.h"
 #include "base/dptrc/trace_thread.h"
@@ -18,7 +19,6 @@ constinit TraceState traceStateOfProcess;
 
 namespace {
 
-constexpr char kRelease[] = "742";
 constexpr char kRule[] = "---------------------------------------------------\n";
 
 // The first stream opened and not yet closed; while it is set, further opens leave the level alone. Under the lock.

@@ -1,6 +1,7 @@
 #include "base/dptrc/err.h"
 
 #include "base/dptrc/dptrace.h"
+#include "base/dptrc/release.h"
 #include "base/dptrc/trace_format.h"
 #include "krn/thr/static_lock.h"
 #include "krn/thr/thr.h"
@@ -20,7 +21,6 @@ namespace {
 
 constexpr char kTraceUnit[] = "base/dptrc/err";
 constexpr int kTooLargeLine = 900;
-constexpr char kRelease[] = "742";
 constexpr char kMarker[] = "*ERR*";
 constexpr char kFormatVersion[] = "1";
 constexpr std::string_view kHalves = "::::";     // between what comes of the text and what comes of the detail

@@ -5,7 +5,6 @@ namespace quorvanti {
 
 inline constexpr char kBuildDate[] = __DATE__;
 inline constexpr char kBuildTime[] = __TIME__;
-inline constexpr char kRelease[] = "742";  // the trace file's header shows the same
 inline constexpr int kPatch = 0;
 
 }  // namespace quorvanti

@@ -1,5 +1,6 @@
 // Brings the library up and takes it down again.
 #include "base/dptrc/dptrace.h"
+#include "base/dptrc/release.h"
 #include "krn/dl/dl.h"
 #include "krn/env/environment.h"
 #include "sec/jwt/jwt_engine.h"

@@ -6,9 +6,9 @@
 #include "sec/kavsecu/crypto_memory.h"
 #include "sec/kavsecu/return_code_texts.h"
 
+#include <algorithm>
 #include <cstring>
 #include <new>
-#include <string>
 
 namespace quorvanti {
 namespace {
@@ -35,9 +35,13 @@ SsfSigRcpSsfInfo* firstSigner(const SsfSigRcpSsfInfoList* signers) {
     return signers != nullptr ? signers->first : nullptr;
 }
 
-std::string textOf(const char* text, std::int32_t length) {
-    return text != nullptr && length > 0 ? std::string(text, static_cast<std::size_t>(length)) : std::string();
-}
+// For "%.*s": a text that is missing is printed as an empty one.
+struct Printed {
+    Printed(const char* given, std::int32_t givenLength)
+        : length(given != nullptr ? std::max(givenLength, 0) : 0), text(given != nullptr ? given : "") {}
+    int length;
+    const char* text;
+};
 
 // 0, or the code with which the dump ended.
 std::int32_t dumpCertificateAttribute(SsfFunctionTable& table, const SsfSigRcpSsfInfo& signer) {
@@ -60,7 +64,7 @@ std::int32_t dumpCertificateAttribute(SsfFunctionTable& table, const SsfSigRcpSs
         TRACE_ERROR("Couldn't parse the attribute >>%s<< out of certificate.\n", kAttribute.data());
         return VORAK_NO_CERTIFICATE;
     }
-    TRACE(2, "Certificate in SSO ticket:\n%s \n", std::string(text.view()).c_str());
+    TRACE(2, "Certificate in SSO ticket:\n%.*s \n", lengthOf(text.view()), text.view().data());
     return VORAK_OK;
 }
 
@@ -76,9 +80,11 @@ void dumpSigner(const SsfSigRcpSsfInfo& signer) {
         return;
     }
     const char* description = ssfCodeDescription(signer.result);
-    TRACE(2, " Signer   ID: %s \n", textOf(signer.id, signer.idLength).c_str());
+    const Printed id(signer.id, signer.idLength);
+    const Printed info(signer.info, signer.infoLength);
+    TRACE(2, " Signer   ID: %.*s \n", id.length, id.text);
     TRACE(2, " Signer  PWD: ****** with len %d \n", signer.passwordLength);
-    TRACE(2, " Signer info: %s \n", textOf(signer.info, signer.infoLength).c_str());
+    TRACE(2, " Signer info: %.*s \n", info.length, info.text);
     TRACE(2, " Signer res.: %s \n", description != nullptr ? description : "unknown");
 }
 

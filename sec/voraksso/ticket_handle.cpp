@@ -230,7 +230,7 @@ const TicketBlock* userOf(TICKET& ticket, std::string_view application) {
         }
     }
     if (last == nullptr) {
-        TRACE_ERROR("Cannot find user for application %s", std::string(application).c_str());
+        TRACE_ERROR("Cannot find user for application %.*s", static_cast<int>(application.size()), application.data());
         // A whole ticket can be presented by whoever reads the trace: below level 3 only its beginning is shown.
         TRACE(2, "Ticket is %.*s.", traceEnabled(3) ? static_cast<int>(ticket.text.size()) : 30, ticket.text.c_str());
     }

@@ -136,6 +136,36 @@ TEST_F(OutOfMemory, AStartThatRunsOutOfMemoryCanBeTriedAgainAndOpensItsTraceThen
     EXPECT_TRUE(exhausted);
 }
 
+TEST_F(OutOfMemory, ARefusalStaysOneWhenThereIsNoMemoryToTraceIt) {
+    static std::string longText(100, 'n');
+    static std::uint8_t encoded[] = {1};
+    static SsfSigRcpSsfInfo signer{};
+    static SsfSigRcpSsfInfoList signers{&signer};
+    signer.id = longText.data();
+    signer.idLength = static_cast<std::int32_t>(longText.size());
+    signer.result = 22;
+    crypto->hooks.SsfEncode = [](auto, auto, auto, auto, std::uint8_t** data, std::int32_t* length) -> std::int32_t {
+        *data = encoded;
+        *length = sizeof encoded;
+        return 0;
+    };
+    crypto->hooks.SsfVerify = [](auto, auto, auto, auto, auto, auto, auto, auto, auto, auto, auto,
+                                 SsfSigRcpSsfInfoList** list, auto, auto) -> std::int32_t {
+        *list = &signers;
+        return 5;
+    };
+    const std::string text = ticket(logon());
+    const TraceCapture trace(2);
+    FullRecord record;
+    std::int32_t code = 0;
+    {
+        const AllocationFailure failure;
+        code = evaluate(text, record.info);
+    }
+    EXPECT_EQ(code, 22 << 16 | 5);
+    EXPECT_TRUE(hasLine(trace, " Signer   ID: " + longText + " "));
+}
+
 TEST_F(OutOfMemory, AHandleThatRunsOutOfMemorySaysSo) {
     const std::string text = ticket(logon());
     TICKET* handle = new_TICKET(1);

@@ -143,12 +143,15 @@ TEST_F(SignatureTest, ACertificateThatCannotBeDumpedChangesNothing) {
     EXPECT_TRUE(hasLine(trace, "*** ERROR => Certificate couldn't be converted into internal structure. [ssoxxsgn]"));
 }
 
-TEST_F(SignatureTest, NoCertificateIsDumpedBelowLevel2) {
+TEST_F(SignatureTest, NeitherCertificateNorSignerIsDumpedBelowLevel2) {
     const TraceCapture trace(1);
     crypto->functions["SsfVerify"].result = 5;
     crypto->signers[0].result = 27;
     validate();
     EXPECT_EQ(crypto.calls("SsfCertfromASN1"), 0);
+    crypto->signers[0].certificate.reset();
+    validate();
+    EXPECT_FALSE(trace.contains(" Signer "));
 }
 
 TEST_F(SignatureTest, ARefusalWithoutACertificateDumpsTheSignerAndOnlyTheLengthOfThePassword) {

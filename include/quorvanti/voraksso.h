@@ -416,8 +416,8 @@ QUORVANTI_API const TicketUnit* TcktGetInfoUnit(TICKET* ticket, uint8_t id);
 QUORVANTI_API const TicketBlock* TcktGetUser(TICKET* ticket, const char* application);
 /* The name of the authentication scheme, or null. */
 QUORVANTI_API const TicketBlock* TcktGetAuthScheme(TICKET* ticket);
-/* Seconds left, or -1 when the ticket has expired or does not say (last error 4, or 5 when what it says is malformed).
- */
+/* Seconds left; or -1, with the last error: 4 expired or without a creation time, 5 without hours and minutes, or one
+ * of the three malformed. */
 QUORVANTI_API int32_t TcktGetValidity(TICKET* ticket);
 /* The last error; 0 without one and for no handle. */
 QUORVANTI_API uint32_t TcktGetLastError(TICKET* ticket);

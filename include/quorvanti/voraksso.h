@@ -42,7 +42,7 @@ extern "C" {
 #define VORAK_NO_USER 1               /* no user, or a user text that is too long */
 #define VORAK_BUFFER_TOO_SMALL 3      /* an output buffer is too small, or a written ticket exceeds 4096 bytes */
 #define VORAK_TICKET_EXPIRED 4        /* the signature is good, the validity has passed */
-#define VORAK_MALFORMED 5             /* malformed ticket or creation time */
+#define VORAK_MALFORMED 5             /* malformed ticket or creation time, refused token, no certificate given */
 #define VORAK_USER_BUFFER_TOO_SMALL 6 /* the buffer for the user is too small */
 #define VORAK_INVALID \
     9 /* bad argument or record, ticket text too long, not initialized, unknown property, conversion failure */

@@ -193,6 +193,10 @@ TEST_F(SignatureTest, ArgumentsAndResultsAreDumpedAtLevel3) {
 
 TEST(CombineCodes, AFailureNeverLooksLikeSuccess) {
     EXPECT_EQ(combineCodes(5, 22), combined(22, 5));
+    EXPECT_EQ(combineCodes(5, 0), 5) << "the signer's own code may be none";
+    EXPECT_EQ(combineCodes(1, 0xFFFF), combined(-1, 1));
+    EXPECT_EQ(combineCodes(0xFFFF, 1), combined(1, 0xFFFF));
+    EXPECT_EQ(combineCodes(5, 0x10000), VORAK_CRYPTO_FAILED);
     EXPECT_EQ(combineCodes(0x10000, 22), combined(22, VORAK_CRYPTO_FAILED)) << "the low half would be 0";
     EXPECT_EQ(combineCodes(0x10005, 22), combined(22, VORAK_CRYPTO_FAILED)) << "does not fit";
     EXPECT_EQ(combineCodes(-1, 22), combined(22, VORAK_CRYPTO_FAILED));
@@ -209,6 +213,7 @@ TEST_F(SignatureTest, ACryptoLibraryCodeThatDoesNotFitIsStillAFailure) {
 TEST_F(SignatureTest, SigningHandsOutTheSignature) {
     EXPECT_EQ(sign(), VORAK_OK);
     EXPECT_EQ(made, "signature");
+    EXPECT_EQ(crypto.argument("SsfSign", "includeCertificate"), "0");
 }
 
 TEST_F(SignatureTest, EachFailureOfSigningHasItsCodeAndItsLine) {

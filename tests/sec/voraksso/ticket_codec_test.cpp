@@ -120,6 +120,16 @@ TEST(DecodeTicketText, SaysWhyATextIsNoBase64) {
                                                        "*** ERROR => Decodeb64 returns 3. iDecLength=6 [ssoxxapi]"}));
 }
 
+TEST(DecodeTicketText, RefusesWhatATicketCannotHold) {
+    const TraceCapture trace(1);
+    DecodedTicket ticket;
+    EXPECT_EQ(decodeTicketText(std::string(5461, 'A'), ticket), VORAK_OK);
+    EXPECT_EQ(ticket.length, 4096u);
+    EXPECT_EQ(decodeTicketText(std::string(5462, 'A'), ticket), VORAK_NOT_BASE64);
+    EXPECT_EQ(trace.lines(),
+              std::vector<std::string>{"*** ERROR => DecodeB64len returns 1. iDecLength=4097 [ssoxxapi]"});
+}
+
 TEST(LocateSignature, FindsTheSignedBytesAndTheSignature) {
     const Bytes bytes = withHeader({kUser, kEnd, {0, 3}, bytesOf("sig"), bytesOf("behind")});
     SignedParts parts;

@@ -29,10 +29,8 @@ std::int32_t notStarted() {
 }
 
 std::int32_t feed(Hash& hash, std::span<const std::uint8_t> data) {
-    if (EVP_DigestUpdate(hash.context.get(), data.data(), data.size()) != 1)
-        return notStarted();
-    hash.input.append(data);
-    return SSF_API_OK;
+    hash.input.append(data);  // first: where memory is too short for it, nothing has been fed
+    return EVP_DigestUpdate(hash.context.get(), data.data(), data.size()) == 1 ? SSF_API_OK : notStarted();
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
 #include "tests/providers/openssl/provider_calls.h"
+#include "tests/support/allocation_failure.h"
 #include "tests/support/issuer/in_process_issuer.h"
 #include "tests/support/issuer/openssl_issuer.h"
 #include "tests/support/issuer/token_signing.h"
@@ -80,6 +81,26 @@ TEST(Hash, GoesOnAfterItsValueWasReadAndAfterATrip) {
     EXPECT_EQ(crypt_hash_exportToBlob(other, &blob, &length), SSF_API_SECTK_FUNCTION_NOT_AVAIL);
     EXPECT_EQ(crypt_hash_release(&other), SSF_API_OK);
     EXPECT_EQ(other, nullptr);
+}
+
+TEST(Hash, DataThatMemoryWasTooShortForDoesNotCount) {
+    const Bytes first(500, 'a');
+    const Bytes second(500, 'b');
+    void* hash = nullptr;
+    void* expected = nullptr;
+    for (void** object : {&hash, &expected}) {
+        ASSERT_EQ(crypt_hash_create(idOf("SHA256"), object), SSF_API_OK);
+        EXPECT_EQ(crypt_hash_more(*object, first.data(), size32(first.size())), SSF_API_OK);
+    }
+    {
+        const AllocationFailure failure;
+        EXPECT_EQ(crypt_hash_more(hash, second.data(), size32(second.size())), SSF_API_NOMEMORY);
+    }
+    for (void* object : {hash, expected})
+        EXPECT_EQ(crypt_hash_more(object, second.data(), size32(second.size())), SSF_API_OK);
+    EXPECT_EQ(valueOf(hash, crypt_hash_getValue), valueOf(expected, crypt_hash_getValue));
+    crypt_hash_release(&hash);
+    crypt_hash_release(&expected);
 }
 
 TEST(KeyedMac, PublishedVectorResetAndTrip) {

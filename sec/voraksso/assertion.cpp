@@ -310,7 +310,7 @@ extern "C" QUORVANTI_API int32_t VorakCreateAssertionTicket(const char* ownSyste
         if (const std::int32_t code = checkAssertionRequest(request); code != VORAK_OK) {
             return code;
         }
-        const std::int32_t code = createAssertionTicket(request);
+        const std::int32_t code = guarded([&] { return createAssertionTicket(request); });
         if (code != VORAK_OK) {
             TRACE_ERROR("VorakCreateAssertionTicket returns %d.\n", code);
         }

@@ -91,6 +91,7 @@ TEST_F(OutOfMemory, ACreationThatRunsOutOfMemoryHandsOutNoTicket) {
 
     const TraceCapture trace(1);
     int allowed = 0;
+    std::ptrdiff_t failures = 0;
     failEachAllocation([&] {
         std::fill(text.begin(), text.end(), '\0');
         length = 4096;
@@ -100,8 +101,15 @@ TEST_F(OutOfMemory, ACreationThatRunsOutOfMemoryHandsOutNoTicket) {
             code = create(text, length);
         }
         EXPECT_TRUE(code == VORAK_OK || text[0] == '\0') << code;
+        failures += code == VORAK_OK ? 0 : 1;
         return code == VORAK_OK;
     });
+    const std::vector<std::string> lines = trace.lines();
+    EXPECT_EQ(std::count_if(lines.begin(), lines.end(),
+                            [](const std::string& line) {
+                                return line.starts_with("*** ERROR => VorakCreateAssertionTicket returns ");
+                            }),
+              failures);
     for (const char* line :
          {"Error in HMskiContentNew (Client)", "Error in HMskiContentNew (SYSID)", "Couldn't create content (lifetime)",
           "Couldn't create content (flags)", "Couldn't create content (recipient client)",

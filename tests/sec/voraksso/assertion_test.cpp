@@ -105,6 +105,15 @@ TEST_F(Assertion, WritesEveryUnitInOrderOfItsId) {
                                      92));
 }
 
+TEST_F(Assertion, AClockOutside32BitsCountsAsTheirNearestEnd) {
+    FixedClock::set(-1);
+    ASSERT_EQ(create(), VORAK_OK);
+    EXPECT_NE(created().find(" 4=197001010000 "), std::string::npos) << created();
+    FixedClock::set(std::time_t{0x100000000} + 86400);
+    ASSERT_EQ(create(), VORAK_OK);
+    EXPECT_NE(created().find(" 4=210602070628 "), std::string::npos) << created();
+}
+
 TEST_F(Assertion, ATicketIsEvaluatedByItsRecipientAndByNobodyElse) {
     ASSERT_EQ(create(), VORAK_OK);
     std::string text = ticketText.substr(0, length);
@@ -184,6 +193,20 @@ TEST_F(Assertion, WithoutAProfileTheCachedKeySigns) {
     EXPECT_FALSE(trace.contains("key password"));
 }
 
+TEST_F(Assertion, AKeyWithoutPasswordSignsWithoutOneAndAProfileGoesBeforeIt) {
+    ASSERT_EQ(VorakLoadTicketKey(reinterpret_cast<const std::uint8_t*>("image"), 5, nullptr, 0, 0), VORAK_OK);
+    profile = nullptr;
+    ASSERT_EQ(create(), VORAK_OK);
+    EXPECT_EQ(crypto.argument("SsfNEWSigRcpSsfInfo", "profile"), libraryState().ticketKey.profileName);
+    EXPECT_EQ(crypto.argument("SsfNEWSigRcpSsfInfo", "password"), "") << "the one handed in belongs to a profile";
+    profile = "store.pse";
+    password = nullptr;
+    const TraceCapture trace(3);
+    ASSERT_EQ(create(), VORAK_OK);
+    EXPECT_EQ(crypto.argument("SsfNEWSigRcpSsfInfo", "profile"), "store.pse");
+    EXPECT_TRUE(hasLine(trace, "Password is null (empty)"));
+}
+
 TEST_F(Assertion, AnHmacKeyDoesNotSign) {
     ASSERT_EQ(VorakLoadTicketKey(reinterpret_cast<const std::uint8_t*>("key"), 3, "pw", 0, VORAK_KEY_HMAC), VORAK_OK);
     profile = nullptr;
@@ -219,6 +242,43 @@ TEST_F(Assertion, EachMissingArgumentHasItsLine) {
                                         "*** ERROR => Missing own system client information. [ssoxxext]",
                                         "*** ERROR => Passed ticket content structure not valid. [ssoxxext]",
                                         "*** ERROR => Passed ticket content structure not valid. [ssoxxext]"}));
+}
+
+TEST_F(Assertion, TheFirstCheckThatFailsDecidesAndNothingIsWritten) {
+    const auto refusal = [this] {
+        const TraceCapture trace(1);
+        const std::int32_t code = create();
+        EXPECT_EQ(ticketText, std::string(ticketText.size(), '\x7E'));
+        EXPECT_EQ(length, ticketText.size());
+        return std::to_string(code) + " " + trace.lines().front();
+    };
+    // Everything is wrong, and one thing after the other is put right.
+    ownSystemId = "ABCDEFGHI";
+    ownClient = "1234";
+    content.structSize = 0;
+    setUser("");
+    setRecipient("", "");
+    const TraceCapture trace(1);
+    EXPECT_EQ(VorakCreateAssertionTicket(ownSystemId, ownClient, profile, password, &content, nullptr, &length),
+              VORAK_MISSING_ARGUMENT);
+    EXPECT_EQ(refusal(), "23 *** ERROR => System Id too long [ssoxxext]");
+    ownSystemId = "A";
+    EXPECT_EQ(refusal(), "23 *** ERROR => System Client too long [ssoxxext]");
+    ownClient = "1";
+    EXPECT_EQ(refusal(), "15 *** ERROR => Passed ticket content structure not valid. [ssoxxext]");
+    content.structSize = sizeof content;
+    EXPECT_EQ(refusal(), "1 *** ERROR => No user supplied for ticket creation. [ssoxxext]");
+    setUser(std::string(37, 'u'));
+    setPortalUser(std::string(257, 'p'));
+    EXPECT_EQ(refusal(),
+              "1 *** ERROR => KAV user supplied for ticket creation too long, must be at the most 36. [ssoxxext]");
+    setUser("u");
+    EXPECT_EQ(refusal(),
+              "1 *** ERROR => Portal user supplied for ticket creation too long, must be smaller 256. [ssoxxext]");
+    setPortalUser("p");
+    EXPECT_EQ(refusal(), "23 *** ERROR => Missing recipient System Id information. [ssoxxext]");
+    setRecipient("ABCDEFGHI", "1234");
+    EXPECT_EQ(refusal(), "23 *** ERROR => Recipient system Id too long [ssoxxext]");
 }
 
 TEST_F(Assertion, AnOwnSystemIdOf9CharactersIsRefusedAndOneOf8Accepted) {

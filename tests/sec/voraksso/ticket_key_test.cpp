@@ -196,6 +196,19 @@ TEST_F(TicketKey, AFailedLoadRemovesTheKeyLoadedBefore) {
                                                        "*** ERROR => Null input passed for key content [ssoxxext]"}));
 }
 
+TEST_F(TicketKey, ALoadThatReturns13RemovesTheKeyLoadedBeforeAndMissingContentGoesBeforeIt) {
+    ASSERT_EQ(load("image", VORAK_KEY_STORE, "pw"), VORAK_OK);
+    libraryState().cryptoTable.available[ssf::kav_load_memory_PSE.flag] = 0;
+    const TraceCapture trace(1);
+    EXPECT_EQ(load("key", VORAK_KEY_HMAC), VORAK_CRYPTO_FUNCTION_MISSING);
+    EXPECT_TRUE(nothingCached());
+    EXPECT_EQ(crypto.calls("kav_delete_memory_PSE"), 1);
+    EXPECT_EQ(load("", VORAK_KEY_HMAC), VORAK_MISSING_ARGUMENT);
+    EXPECT_EQ(trace.lines(), (std::vector<std::string>{
+                                 "*** ERROR => Null pointer for Ssf function pointer, wrong SSF library [ssoxxext]",
+                                 "*** ERROR => Null input passed for key content [ssoxxext]"}));
+}
+
 TEST_F(TicketKey, ANewLoadReplacesTheKeyAndItsPassword) {
     EXPECT_EQ(load("image", VORAK_KEY_STORE, "old password"), VORAK_OK);
     EXPECT_EQ(load("key", VORAK_KEY_HMAC), VORAK_OK);

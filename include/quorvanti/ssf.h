@@ -13,7 +13,8 @@
  *  - Out-parameters are set to null or 0 before anything can fail.
  *  - Null arguments never crash: SSF_API_INVALID_FUNCARGS. A password may be null with length 0: none. Pairs that may
  *    be null besides are named.
- *  - SSF_API_NOMEMORY when memory runs out; no exception leaves a function.
+ *  - SSF_API_NOMEMORY when memory runs out, for a list of signers SSF_API_NORESULTLISTMEMORY; no exception leaves a
+ *    function.
  *  - What is handed in is read during the call only, unless a function says that it takes it over.
  *  - Functions may be called from any thread. One handle is used by one thread at a time; the engine calls one function
  *    at a time.
@@ -132,7 +133,7 @@ QUORVANTI_SSF_API int32_t SsfEncode(const char* format, int32_t formatLength, co
    includeCertificate  1: the signature carries the signer's certificate
    signers             a list of one entry, whose profile signs; stays the caller's. The entry's result says what was
                        wrong with this signer; the function then returns SSF_API_SIGNER_ERRORS, or
-                       SSF_API_UNKNOWN_PAB and SSF_API_INVALID_PAB_PASSWORD for the key store
+                       SSF_API_UNKNOWN_PAB, SSF_API_INVALID_PAB_PASSWORD and SSF_API_INVALID_PROFILE for the key store
    SSF_API_INVALID_FORMAT, SSF_API_NODATA, SSF_API_ENCODE_FAILED. */
 QUORVANTI_SSF_API int32_t SsfSign(const char* format, int32_t formatLength, const char* hash, int32_t hashLength,
                                   int32_t includeCertificate, int32_t detached, const uint8_t* encoded,
@@ -144,8 +145,8 @@ QUORVANTI_SSF_API int32_t SsfSign(const char* format, int32_t formatLength, cons
    output   null; there for signatures that carry their content
    0 when the signature is good and its signer trusted. SSF_API_SIGNER_ERRORS when the entry says why not (untrusted
    SSF_API_UNKNOWN_SIGNER, expired SSF_API_CERT_EXPIRED, wrong SSF_API_SIGNER_NOT_OK and others); SSF_API_DECODE_FAILED,
-   SSF_API_INVALID_FORMAT, SSF_API_NODATA, SSF_API_UNKNOWN_PROFILE, SSF_API_INVALID_PROFILE, SSF_API_INVALID_PASSWORD
-   without an entry. */
+   SSF_API_INVALID_MDALG, SSF_API_INSECURE_MDALG, SSF_API_INVALID_FORMAT, SSF_API_NODATA, SSF_API_UNKNOWN_PROFILE,
+   SSF_API_INVALID_PROFILE, SSF_API_INVALID_PASSWORD without an entry. */
 QUORVANTI_SSF_API int32_t SsfVerify(const char* format, int32_t formatLength, int32_t detached,
                                     const uint8_t* signature, int32_t signatureLength, const uint8_t* encoded,
                                     int32_t encodedLength, const char* profile, int32_t profileLength,
@@ -195,7 +196,8 @@ QUORVANTI_SSF_API int32_t SsfCreateProfile(const char* profile, int32_t profileL
 /* Opens a key store to change it. SSF_API_UNKNOWN_PROFILE, SSF_API_INVALID_PROFILE, SSF_API_INVALID_PASSWORD. */
 QUORVANTI_SSF_API int32_t SsfOpenProfile(const char* profile, int32_t profileLength, const char* password,
                                          int32_t passwordLength, SsfProfile** handle);
-/* Adds a trusted certificate; a copy, the caller's stays his. */
+/* Adds a trusted certificate; a copy, the caller's stays his. SSF_API_SECTK_FUNCTION_NOT_AVAIL for a key store that can
+   only be read, SSF_API_PROFILE_LOCKED when its file cannot be replaced. */
 QUORVANTI_SSF_API int32_t SsfPutCertificate(SsfProfile* handle, SsfCertificate* certificate);
 /* Writes what was added and closes; clears the pointer. */
 QUORVANTI_SSF_API int32_t SsfCloseProfile(SsfProfile** handle);
@@ -214,8 +216,9 @@ QUORVANTI_SSF_API int32_t crypt_hashAlgorithm_Id2Name(int32_t id, const char** n
 /* A hash, or a keyed MAC (HMAC) with a copy of its key: _create, _more as often as there is data, _getValue, _release.
    _getValue hands out the value of all data so far; more may follow. *length: room on entry, bytes of the value on
    return; SSF_API_INVALID_FUNCARGS when they do not fit. _reset begins anew with the same key. _exportToBlob writes the
-   state down, _import goes on from there (SSF_API_DECODE_FAILED when the bytes are none); the blob of a keyed MAC holds
-   its key and is a secret. _release clears the pointer. */
+   state down (SSF_API_SECTK_FUNCTION_NOT_AVAIL when it is too long; the bundled library keeps 1 MiB), _import goes on
+   from there (SSF_API_DECODE_FAILED when the bytes are none); the blob of a keyed MAC holds its key and is a secret.
+   _release clears the pointer. */
 QUORVANTI_SSF_API int32_t crypt_hash_create(int32_t id, void** hash);
 QUORVANTI_SSF_API int32_t crypt_hash_more(void* hash, const uint8_t* data, int32_t length);
 QUORVANTI_SSF_API int32_t crypt_hash_getValue(void* hash, uint8_t* value, int32_t* length); /* in: room, out: used */

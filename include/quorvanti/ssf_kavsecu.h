@@ -56,7 +56,8 @@ QUORVANTI_SSF_API int32_t sec_open(const char* profile, int32_t profileLength, c
                                    int32_t passwordLength, SsfProfile** handle);
 QUORVANTI_SSF_API int32_t sec_close(SsfProfile** handle);
 /* Changes the password of a PKCS#12 file. The file is replaced as a whole or not at all; private keys and certificates
-   are kept as they are. */
+   are kept as they are. SSF_API_INVALID_PASSWORD for the old one, SSF_API_SECTK_FUNCTION_NOT_AVAIL for any other key
+   store, SSF_API_PROFILE_LOCKED when the file cannot be replaced. */
 QUORVANTI_SSF_API int32_t sec_chpin(const char* profile, int32_t profileLength, const char* oldPassword,
                                     int32_t oldPasswordLength, const char* newPassword, int32_t newPasswordLength);
 

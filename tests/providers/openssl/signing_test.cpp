@@ -1,3 +1,4 @@
+#include <filesystem>
 
 #include "quorvanti/ssf_kavsecu.h"
 #include "tests/providers/openssl/provider_calls.h"
@@ -203,6 +204,21 @@ TEST_F(SignRefusalTest, ChangedPasswordOpensAndTheOldOneDoesNot) {
     EXPECT_EQ(kav_secin("/nowhere", 8, &needsPassword), SSF_API_UNKNOWN_PROFILE);
     EXPECT_EQ(sec_chpin(der.data(), size32(der.size()), "", 0, "new", 3), SSF_API_SECTK_FUNCTION_NOT_AVAIL);
     EXPECT_EQ(sec_chpin(file.data(), length, "new", 3, "a\0b", 3), SSF_API_INVALID_FUNCARGS);
+}
+
+TEST_F(SignRefusalTest, AFileThatCannotBeReplacedStaysAsItWas) {
+    // The file that is to take its place needs a longer name.
+    const std::string file = directory_.file(std::string(250, 'n'));
+    std::error_code error;
+    if (!std::filesystem::copy_file(issuer_.pkcs12File(), file, error))
+        GTEST_SKIP() << "this system takes no name of that length here";
+    const std::string before = readFile(file);
+    const std::string password = OpensslIssuer::password();
+    EXPECT_EQ(sec_chpin(file.data(), size32(file.size()), password.data(), size32(password.size()), "new", 3),
+              SSF_API_PROFILE_LOCKED);
+    EXPECT_NE(lastSentence(SSF_API_PROFILE_LOCKED).find("could not be replaced"), std::string::npos);
+    EXPECT_EQ(readFile(file), before);
+    EXPECT_EQ(sign({file}).code, SSF_API_OK);
 }
 
 TEST(SigningArguments, NullArgumentsAreRefused) {

@@ -251,6 +251,19 @@ TEST(FunctionTable, IsNotAskedForTheFipsModeAfterAnIncompleteLoad) {
     EXPECT_EQ(loaded.table.fipsMode, 0);
 }
 
+TEST(FunctionTable, ForgetsWhatItHeldOfALibraryBefore) {
+    const CryptoDouble crypto("double_empty");
+    LoadedTable loaded;
+    SsfFunctionTable& table = loaded.table;
+    table.entryPoints.fill([] {});
+    table.available.fill(1);
+    table.fipsMode = 1;
+    EXPECT_EQ(SsfLoadFunctions(kDlNoHandle, crypto.path().c_str(), table), kSsfSupNotAllFunctions);
+    EXPECT_EQ(std::count(table.entryPoints.begin(), table.entryPoints.end(), nullptr), 65);
+    EXPECT_EQ(countAvailable(table), 79 - 65) << "the reserved ones";
+    EXPECT_EQ(table.fipsMode, 0);
+}
+
 TEST(FunctionTable, StaysClearedWithoutALibrary) {
     const TemporaryDirectory directory;
     LoadedTable loaded;
@@ -263,11 +276,15 @@ TEST(FunctionTable, StaysClearedWithoutALibrary) {
 }
 
 TEST(FunctionTable, DoesNotOwnAHandleThatItsCallerOpened) {
+    const CryptoDouble other("double_empty");
+    std::int32_t first = kDlNoHandle;
+    ASSERT_EQ(DlLoadLib(other.path().c_str(), first), kDlOk);
     const CryptoDouble crypto;
     LoadedTable loaded;
     EXPECT_EQ(loaded.loadFromHandle(crypto.path()), kSsfSupOk);
     EXPECT_EQ(loaded.handleAfterLoad, kDlNoHandle);
     EXPECT_EQ(countAvailable(loaded.table), 65);
+    EXPECT_EQ(DlUnloadLib(first), kDlOk);
 }
 
 TEST(FunctionTable, IsEmptyAfterTheRelease) {
@@ -287,6 +304,13 @@ TEST(FunctionTable, IsEmptyAfterTheRelease) {
 
     EXPECT_EQ(loaded.load(crypto.path()), kSsfSupOk);
     EXPECT_EQ(crypto.calls("kavcr_init"), 2);
+}
+
+TEST(FunctionTable, ForgetsAHandleThatCannotBeReleased) {
+    LoadedTable loaded;
+    loaded.table.libraryHandle = 63;
+    loaded.release();
+    EXPECT_EQ(loaded.table.libraryHandle, kDlNoHandle);
 }
 
 TEST(FunctionTable, ReleasesALibraryOnce) {

@@ -176,6 +176,17 @@ TEST(KavSecuSet, IsEmptyAfterTheRelease) {
     EXPECT_EQ(kavSecuSet().entryPoints[0], nullptr);
 }
 
+TEST(KavSecuSet, LeavesTheReleaseOfASharedHandleToTheTable) {
+    const CryptoDouble crypto;
+    std::int32_t another = kDlNoHandle;
+    ASSERT_EQ(DlLoadLib(crypto.path().c_str(), another), kDlOk);
+    LoadedTable loaded;
+    loaded.load(crypto.path());
+    loaded.release();
+    EXPECT_TRUE(isOpen(another)) << "was given back twice";
+    EXPECT_EQ(DlUnloadLib(another), kDlOk);
+}
+
 TEST(KavSecuSet, CountsASecondLoad) {
     const CryptoDouble crypto;
     LoadedTable loaded;

@@ -62,6 +62,19 @@ TEST_F(LastErrorInfo, DoesNotAskAboutCodesThatSayAll) {
     }
 }
 
+TEST_F(LastErrorInfo, ClearsItsOutputsFirst) {
+    char kept[] = "kept";
+    char* text1 = kept;
+    char* text2 = kept;
+    std::int32_t hasInfo = 1;
+    std::int32_t length1 = 4;
+    std::int32_t length2 = 4;
+    EXPECT_EQ(SsfGetLastErrorInfo(loaded_.table, 16, &hasInfo, &text1, &length1, &text2, &length2), 0);
+    EXPECT_EQ(text1, nullptr);
+    EXPECT_EQ(text2, nullptr);
+    EXPECT_EQ(hasInfo + length1 + length2, 0);
+}
+
 TEST_F(LastErrorInfo, CutsTextsAt4095Bytes) {
     for (const std::size_t length : {4095u, 4096u, 5000u}) {
         crypto_->errorText1 = std::string(length, 'x');

@@ -97,15 +97,8 @@ void reportFipsMode() {
     TRACE(2, "%.32s(): FIPS 140-2 mode in libkavsecu is %s\n", "KavSecuInit", mode == 1 ? "enabled" : "disabled");
 }
 
-// Opens the set's own library; 0 or 102.
+// Opens the library of a set that is not started; 0 or 102.
 std::int32_t startByName() {
-    if (theSet.state == KavSecuState::unavailable) {
-        return kKavSecuUnavailable;
-    }
-    if (theSet.state != KavSecuState::notStarted) {
-        ++theSet.refCount;
-        return 0;
-    }
     if (DlLoadLib(libraryName.empty() ? nullptr : libraryName.c_str(), theSet.handle) != kDlOk) {
         TRACE_ERROR_AT(kStartLine, "%.32s(): could not load libkavsecu >%.256s< \n", "KavSecuInit",
                        libraryName.c_str());

@@ -274,6 +274,9 @@ TEST(KavSecuSet, LoadsFunctionsByName) {
     EXPECT_EQ(function, findInSharedLibrary(library, "crypt_keyedmac_create"));
     closeSharedLibrary(library);
     EXPECT_THAT(trace.lines(), ElementsAre("KavSecu_LoadFunction(): loaded function >crypt_keyedmac_create<."));
+    const TraceCapture errors(1);
+    EXPECT_EQ(KavSecu_LoadFunction("crypt_keyedmac_create", function), 0);
+    EXPECT_THAT(errors.lines(), IsEmpty());
 }
 
 TEST(KavSecuSet, MissingFunctionIsAnErrorAtItsFixedLine) {

@@ -5,7 +5,9 @@
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
+#include <filesystem>
 #include <memory>
+#include <system_error>
 
 namespace quorvanti {
 namespace {
@@ -122,12 +124,14 @@ std::int32_t flatCodePageFileName(std::string_view pattern, const char codePage[
 std::int32_t readFlatFile(const std::string& name, std::string& text, bool& found) {
     errno = 0;
     const File file(std::fopen(name.c_str(), "rb"));
-    found = file != nullptr || errno != ENOENT;
+    const int reason = errno;
+    std::error_code cannotLook;  // as in a working directory that the process may not enter: no file then
+    found = file != nullptr || (reason != ENOENT && std::filesystem::exists(name, cannotLook));
     if (!found) {
         return 0;
     }
     if (file == nullptr) {
-        return unreadable(RSCPEIO, 230, __LINE__, name, "open", errno);
+        return unreadable(RSCPEIO, 230, __LINE__, name, "open", reason);
     }
     text.assign(kLongestFile + 1, '\0');
     text.resize(std::fread(text.data(), 1, text.size(), file.get()));

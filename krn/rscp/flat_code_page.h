@@ -16,7 +16,7 @@ std::int32_t parseFlatCodePage(std::string_view text, std::string_view name, Cha
 // names cannot lead out of the place that the pattern fixes.
 std::int32_t flatCodePageFileName(std::string_view pattern, const char codePage[4], std::string& name);
 
-// `found` is false, and the result 0, when there is no such file.
+// `found` is false, and the result 0, when there is no such file, or nobody can tell whether there is one.
 std::int32_t readFlatFile(const std::string& name, std::string& text, bool& found);
 std::int32_t readFlatCodePage(const std::string& name, CharacterMap& characters, bool& found);
 

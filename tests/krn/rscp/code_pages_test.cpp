@@ -5,6 +5,7 @@
 #include "tests/krn/rscp/converter_fixture.h"
 
 #include <filesystem>
+#include <system_error>
 
 namespace quorvanti::test {
 namespace {
@@ -139,6 +140,19 @@ TEST_F(FlatFileTest, UnreadableFileIsRefused) {
     EXPECT_EQ(activate("2008", "4110"), RSCPEIO);
     EXPECT_EQ(message(), kUnreadable);
     EXPECT_GT(rscpeCurrent()->systemError, 0);
+}
+
+// As in a working directory that the process may not enter. Root may enter every one, but nobody gets through this
+// link.
+TEST_F(FlatFileTest, WhereNobodyCanLookNoFileIs) {
+    std::error_code error;
+    std::filesystem::create_directory_symlink("loop", directory_.file("loop"), error);
+    if (error) {
+        GTEST_SKIP() << "no symbolic links here";
+    }
+    setProfile("rscp/file/codepage", directory_.file("loop/S++++.CPA"));
+    EXPECT_EQ(convert("1160", "4110", "\x80").output, "\xE2\x82\xAC");
+    EXPECT_EQ(activate("2012", "4110"), RSCPENOOBJ);
 }
 
 TEST_F(FlatFileTest, FileOfUnlikelySizeIsRefused) {

@@ -2,6 +2,7 @@
 
 #include "tools/sso2ticket/command_line.h"
 #include "tools/sso2ticket/console.h"
+#include "tools/sso2ticket/failure.h"
 
 #include <iostream>
 #include <string>
@@ -27,9 +28,7 @@ std::string namesOf(const std::vector<std::string>& words) {
     return names + (others > 0 ? " (" + std::to_string(others) + " not shown: no option)" : "");
 }
 
-}  // namespace
-
-ExitCode runProgram(int argc, char** argv, const char* version) {
+ExitCode parseAndRun(int argc, char** argv, const char* version) {
     CLI::App app("Works with single-sign-on tickets on the command line.", "sso2ticket");
     app.set_version_flag("--version", std::string("sso2ticket ") + version);
     app.require_subcommand(1);
@@ -47,6 +46,16 @@ ExitCode runProgram(int argc, char** argv, const char* version) {
     }
     readBytesAsTheyAre();  // a certificate may come that way
     return action(std::cin, std::cout);
+}
+
+}  // namespace
+
+ExitCode runProgram(int argc, char** argv, const char* version) {
+    const ExitCode exit = parseAndRun(argc, argv, version);
+    if (!std::cout.flush()) {  // what nobody received must not pass for done
+        throw Failure(ExitCode::inputUnreadable, "standard output cannot be written");
+    }
+    return exit;
 }
 
 }  // namespace quorvanti

@@ -11,7 +11,7 @@ namespace {
 constexpr const char* verifyFooter =
     "The result goes to standard output, everything else to standard error. Exit codes: 0 accepted, 1 rejected, 2 "
     "usage,\n"
-    "3 input unreadable, 4 key store or configuration, 5 crypto library unavailable.\n"
+    "3 input unreadable or output not writable, 4 key store or configuration, 5 crypto library unavailable.\n"
     "\n"
     "Assertion tickets travel with \"!\" in place of \"+\". This program turns each \"!\" back; the library itself "
     "does not\n"

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <ctime>
+#include <filesystem>
 
 using namespace quorvanti::test;
 using testing::HasSubstr;
@@ -181,6 +182,18 @@ TEST_F(Verify, APathThatTheLibraryWouldCutIsRefused) {
 TEST_F(Verify, InputThatCannotBeReadIsSaid) {
     expectTalk(verify({"@" + directory_.file("missing")}), inputUnreadable, "cannot be read");
     expectTalk(verify({"-"}, ""), inputUnreadable, "no ticket");
+}
+
+TEST_F(Verify, WhatCannotBeWrittenDoesNotPassForDone) {
+    if (!std::filesystem::exists("/dev/full")) {
+        GTEST_SKIP() << "no device here that is always full";
+    }
+    const auto intoTheFull = [](const std::string& words) {
+        return runCommand({"sh", "-c", std::string(QUORVANTI_SSO2TICKET) + " " + words + " >/dev/full"});
+    };
+    expectTalk(intoTheFull("verify --profile " + profile_ + " " + ticket_), inputUnreadable,
+               "standard output cannot be written");
+    expectTalk(intoTheFull("verify --help"), inputUnreadable, "standard output cannot be written");
 }
 
 TEST_F(Verify, AMissingCryptoLibraryIsSaidWithItsReason) {

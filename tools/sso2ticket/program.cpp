@@ -25,7 +25,7 @@ std::string namesOf(const std::vector<std::string>& words) {
             ++others;
         }
     }
-    return names + (others > 0 ? " (" + std::to_string(others) + " not shown: no option)" : "");
+    return names + (others > 0 ? " (" + std::to_string(others) + " not shown: no option or command)" : "");
 }
 
 ExitCode parseAndRun(int argc, char** argv, const char* version) {
@@ -36,13 +36,18 @@ ExitCode parseAndRun(int argc, char** argv, const char* version) {
     addCommands(app, action);
     try {
         app.parse(argc, argv);
-    } catch (const CLI::ExtrasError&) {
-        std::cerr << "These arguments were not expected:" << namesOf(app.remaining(true))
-                  << "\nRun with --help for more information.\n";
-        return ExitCode::usage;
     } catch (const CLI::ParseError& error) {
-        const int exit = app.exit(error, std::cout, std::cerr);
-        return exit == 0 ? ExitCode::accepted : ExitCode::usage;
+        const bool wrong = error.get_exit_code() != 0;  // --help and --version come this way too
+        if (const std::vector<std::string> words = app.remaining(true); wrong && !words.empty()) {
+            // A mistyped word is why something else is missing: it is told first.
+            std::cerr << "These arguments were not expected:" << namesOf(words) << '\n';
+        }
+        if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {  // its own text shows every word
+            std::cerr << "Run with --help for more information.\n";
+        } else {
+            app.exit(error, std::cout, std::cerr);
+        }
+        return wrong ? ExitCode::usage : ExitCode::accepted;
     }
     readBytesAsTheyAre();  // a certificate may come that way
     return action(std::cin, std::cout);

@@ -214,6 +214,10 @@ TEST_F(Verify, WrongUseIsExplained) {
     expectTalk(verify({"--trace", "t", "--trace-level", "4", ticket_}), usage, "--trace-level");
     expectTalk(verify({"--password", "opensesame", ticket_}), usage, "--password");
     expectTalk(runCommand({QUORVANTI_SSO2TICKET}), usage, "subcommand");
+    expectTalk(run({ticket_, "--proflie", profile_}), usage, "not expected: --proflie");
+    const CommandResult mistyped = runCommand({QUORVANTI_SSO2TICKET, "verfy", ticket_});
+    expectTalk(mistyped, usage, "not expected: (2 not shown: no option or command)\nA subcommand is required");
+    EXPECT_THAT(mistyped.err, Not(HasSubstr(ticket_)));
     EXPECT_EQ(run({"--help"}).exitCode, accepted);
 }
 

@@ -6,4 +6,12 @@ std::optional<bool> onlyForTheOwner(const std::string&) {
     return std::nullopt;
 }
 
+bool giveAway(const std::string&) {
+    return false;
+}
+
+bool isGivenAway(const std::string&) {
+    return false;
+}
+
 }  // namespace quorvanti::test

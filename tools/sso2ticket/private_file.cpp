@@ -65,12 +65,7 @@ void replacePrivateFile(const std::string& name, std::span<const std::uint8_t> c
     if (const std::string reason = writeNewPrivateFile(temporary, content); !reason.empty()) {
         throw failure(name, "cannot be written: " + reason);
     }
-    std::filesystem::permissions(temporary, std::filesystem::status(target).permissions(), error);
-    if (!error) {
-        std::filesystem::rename(temporary, target, error);
-    }
-    if (error) {
-        const std::string reason = error.message();
+    if (const std::string reason = putInPlaceOf(target.string(), temporary); !reason.empty()) {
         std::filesystem::remove(temporary, error);
         throw failure(name, "cannot be written: " + reason);
     }

@@ -15,11 +15,13 @@ std::vector<std::uint8_t> readWholeFile(const std::string& name);
 // nothing is left.
 void createPrivateFile(const std::string& name, std::span<const std::uint8_t> content);
 
-// Writes beside the file and puts it in its place at the end, with the permissions the file had. Throws Failure; then
-// the file is as it was.
+// Writes beside the file and puts it in its place at the end, with the owner and the permissions the file had. Throws
+// Failure, also when it cannot give the file back to its owner; then the file is as it was.
 void replacePrivateFile(const std::string& name, std::span<const std::uint8_t> content);
 
-// The platform's share: a new file for the owner only, "" when it was written, else the system's reason.
+// The platform's share. A new file for the owner only, "" when it was written, else the system's reason.
 std::string writeNewPrivateFile(const std::string& name, std::span<const std::uint8_t> content);
+// Puts one file into the place of another, with its owner and permissions: "", or the system's reason.
+std::string putInPlaceOf(const std::string& target, const std::string& name);
 
 }  // namespace quorvanti

@@ -1,9 +1,11 @@
 #include "tools/sso2ticket/private_file.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <system_error>
 
 namespace quorvanti {
@@ -37,6 +39,22 @@ std::string writeNewPrivateFile(const std::string& name, std::span<const std::ui
         return std::generic_category().message(error);
     }
     return {};
+}
+
+std::string putInPlaceOf(const std::string& target, const std::string& name) {
+    struct stat before {};
+    struct stat now {};
+    if (stat(target.c_str(), &before) != 0 || stat(name.c_str(), &now) != 0) {
+        return std::generic_category().message(errno);
+    }
+    // The owner first: a file that changes hands loses some of its permissions.
+    const bool sameHands = before.st_uid == now.st_uid && before.st_gid == now.st_gid;
+    if (!sameHands && chown(name.c_str(), before.st_uid, before.st_gid) != 0) {
+        return "it belongs to another user or group: " + std::generic_category().message(errno);
+    }
+    const bool done =
+        chmod(name.c_str(), before.st_mode & 07777) == 0 && std::rename(name.c_str(), target.c_str()) == 0;
+    return done ? "" : std::generic_category().message(errno);
 }
 
 }  // namespace quorvanti

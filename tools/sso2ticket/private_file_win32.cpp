@@ -32,4 +32,10 @@ std::string writeNewPrivateFile(const std::string& name, std::span<const std::ui
     return {};
 }
 
+// Somebody may have said of the old file itself who may read it.
+std::string putInPlaceOf(const std::string& target, const std::string& name) {
+    const BOOL done = ReplaceFileA(target.c_str(), name.c_str(), nullptr, REPLACEFILE_WRITE_THROUGH, nullptr, nullptr);
+    return done != FALSE ? "" : reason(GetLastError());
+}
+
 }  // namespace quorvanti

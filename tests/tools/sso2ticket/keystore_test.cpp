@@ -229,6 +229,18 @@ TEST_F(Keystore, ChangesThePassword) {
               std::filesystem::perms::group_read);
 }
 
+TEST_F(Keystore, AChangedKeyStoreStaysItsOwners) {
+    create(store_);
+    if (!giveAway(store_)) {
+        GTEST_SKIP() << "only root may give files away";
+    }
+    const EnvironmentVariable fresh("QUORVANTI_TEST_NEW", "swordfish");
+    const CommandResult changed = keystore("change-password", {store_, "--new-password-env", "QUORVANTI_TEST_NEW"});
+    ASSERT_EQ(changed.exitCode, accepted) << changed.err;
+    EXPECT_TRUE(isGivenAway(store_));
+    EXPECT_EQ(onlyForTheOwner(store_), true);
+}
+
 TEST_F(Keystore, AFailedChangeLeavesTheKeyStoreAsItWas) {
     opensslStore({});
     const std::string before = readFile(store_);

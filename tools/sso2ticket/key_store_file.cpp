@@ -67,6 +67,50 @@ bool unpack(PKCS12* store, const char* password, KeyStore& result) {
     return true;
 }
 
+using Bags = std::unique_ptr<STACK_OF(PKCS12_SAFEBAG), OpensslRelease>;
+
+Bags bagsOf(PKCS7* part, const char* password) {
+    switch (OBJ_obj2nid(part->type)) {
+        case NID_pkcs7_data:
+            return Bags(PKCS12_unpack_p7data(part));
+        case NID_pkcs7_encrypted: {
+            Bags bags(PKCS12_unpack_p7encdata(part, password, -1));
+            // There are two ways to encrypt without a password.
+            return bags == nullptr && *password == '\0' ? Bags(PKCS12_unpack_p7encdata(part, nullptr, 0))
+                                                        : std::move(bags);
+        }
+        default:
+            return nullptr;
+    }
+}
+
+// True for certificates and the first key: what unpacking takes.
+bool onlyTaken(const STACK_OF(PKCS12_SAFEBAG) * bags, int& keys) {
+    for (int i = 0; i < sk_PKCS12_SAFEBAG_num(bags); ++i) {
+        const PKCS12_SAFEBAG* bag = sk_PKCS12_SAFEBAG_value(bags, i);
+        const int type = PKCS12_SAFEBAG_get_nid(bag);
+        const bool key = type == NID_keyBag || type == NID_pkcs8ShroudedKeyBag;
+        keys += key ? 1 : 0;
+        const bool nested = type == NID_safeContentsBag && onlyTaken(PKCS12_SAFEBAG_get0_safes(bag), keys);
+        if (keys > 1 || !(key || nested || type == NID_certBag)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool isComplete(PKCS12* store, const char* password) {
+    const std::unique_ptr<STACK_OF(PKCS7), OpensslRelease> parts(PKCS12_unpack_authsafes(store));
+    int keys = 0;
+    for (int i = 0; i < sk_PKCS7_num(parts.get()); ++i) {
+        const Bags bags = bagsOf(sk_PKCS7_value(parts.get(), i), password);
+        if (bags == nullptr || !onlyTaken(bags.get(), keys)) {
+            return false;
+        }
+    }
+    return true;
+}
+
 // Old ciphers (RC2-40) are met in key stores of the field.
 bool loadOldCiphers() {
     return OSSL_PROVIDER_try_load(nullptr, "legacy", 1) != nullptr &&
@@ -82,6 +126,7 @@ KeyStore fromPkcs12(PKCS12* store, const std::string& name, const std::optional<
     if (!unpack(store, text, result) && !(loadOldCiphers() && unpack(store, text, result))) {
         throw failure(name, "is encrypted with a cipher that cannot be read here");
     }
+    result.complete = isComplete(store, text);
     return result;
 }
 

@@ -18,6 +18,7 @@ struct KeyStore {
     Openssl<EVP_PKEY> key;              // null: a key store that only verifies
     Openssl<X509> own;                  // the key's certificate
     std::vector<Openssl<X509>> others;  // trusted beside it
+    bool complete = true;               // a PKCS#12 file may hold more: further keys, other secrets
 };
 
 const char* formatName(KeyStoreFormat format);

@@ -70,10 +70,15 @@ void printStore(const KeyStore& store, const KeystoreOptions& options, std::ostr
     }
 }
 
-void needPkcs12(const KeyStore& store, const std::string& name) {
+void needChangeable(const KeyStore& store, const std::string& name) {
     if (store.format != KeyStoreFormat::pkcs12) {
         throw Failure(ExitCode::configuration, "the key store " + name + " is a " + formatName(store.format) +
                                                    " file; only PKCS#12 key stores are changed");
+    }
+    if (!store.complete) {
+        throw Failure(ExitCode::configuration, "the key store " + name +
+                                                   " is not changed: it holds more than one key with its certificate "
+                                                   "and trusted certificates, and the rest would be lost");
     }
 }
 
@@ -121,7 +126,7 @@ ExitCode addTrusted(const KeystoreTrustOptions& options, std::istream& in, std::
             password.emplace(std::move(*given));
         }
         store = readKeyStore(options.file, password);
-        needPkcs12(store, options.file);
+        needChangeable(store, options.file);
         if (!password || password->view().empty()) {
             throw Failure(ExitCode::configuration, "a key store that is written needs a password that is not empty");
         }
@@ -160,7 +165,7 @@ ExitCode exportCertificate(const KeystoreExportOptions& options, std::ostream& o
 
 ExitCode changePassword(const KeystorePasswordOptions& options, std::ostream& out) {
     const KeyStore store = readKeyStore(options.file, readPassword(options.password));
-    needPkcs12(store, options.file);
+    needChangeable(store, options.file);
     replacePrivateFile(options.file, pkcs12Of(store, readNewPassword(options.newPassword)));
     out << (options.json ? dump({{"file", options.file}, {"passwordChanged", true}})
                          : "the password of " + printable(options.file) + " is changed\n");

@@ -23,6 +23,8 @@ struct OpensslRelease {
     void operator()(PKCS12* store) const { PKCS12_free(store); }
     void operator()(CMS_ContentInfo* message) const { CMS_ContentInfo_free(message); }
     void operator()(STACK_OF(X509) * certificates) const { sk_X509_pop_free(certificates, X509_free); }
+    void operator()(STACK_OF(PKCS7) * parts) const { sk_PKCS7_pop_free(parts, PKCS7_free); }
+    void operator()(STACK_OF(PKCS12_SAFEBAG) * bags) const { sk_PKCS12_SAFEBAG_pop_free(bags, PKCS12_SAFEBAG_free); }
     void operator()(char* text) const { OPENSSL_free(text); }
     void operator()(unsigned char* bytes) const { OPENSSL_free(bytes); }
 };

@@ -1,11 +1,13 @@
 // Key stores that the program makes are read by openssl, and those that openssl makes by the program.
 #include "tests/support/file_access.h"
 #include "tests/tools/sso2ticket/tool.h"
+#include "tools/sso2ticket/openssl_handles.h"
 
 #include <ctime>
 #include <filesystem>
 
 using namespace quorvanti::test;
+using quorvanti::Openssl;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -42,6 +44,25 @@ protected:
         words.insert(words.end(), options.begin(), options.end());
         const CommandResult result = openssl(words);
         ASSERT_EQ(result.exitCode, 0) << result.err;
+    }
+
+    // A key store with two private keys, as other programs keep them.
+    void twoKeys() const {
+        STACK_OF(PKCS12_SAFEBAG)* bags = nullptr;
+        for (int i = 0; i < 2; ++i) {
+            const Openssl<EVP_PKEY> key(EVP_PKEY_Q_keygen(nullptr, nullptr, "EC", "P-256"));
+            ASSERT_NE(PKCS12_add_key(&bags, key.get(), 0, 1000, NID_aes_256_cbc, "opensesame"), nullptr);
+        }
+        STACK_OF(PKCS7)* parts = nullptr;
+        ASSERT_EQ(PKCS12_add_safe(&parts, bags, NID_aes_256_cbc, 1000, "opensesame"), 1);
+        const Openssl<PKCS12> store(PKCS12_add_safes(parts, 0));
+        sk_PKCS12_SAFEBAG_pop_free(bags, PKCS12_SAFEBAG_free);
+        sk_PKCS7_pop_free(parts, PKCS7_free);
+        ASSERT_EQ(PKCS12_set_mac(store.get(), "opensesame", -1, nullptr, 0, 1000, EVP_sha256()), 1);
+        unsigned char* bytes = nullptr;
+        const int length = i2d_PKCS12(store.get(), &bytes);
+        const Openssl<unsigned char> release(bytes);
+        writeFile(store_, std::string(bytes, bytes + length));
     }
 
     const std::string store_ = directory_.file("store.p12");
@@ -201,6 +222,21 @@ TEST_F(Keystore, OnlyPkcs12IsChanged) {
     expectTalk(keystore("add-trusted", {directory_.file("own.pem"), directory_.file("other.pem")}), configuration,
                "only PKCS#12 key stores are changed");
     EXPECT_EQ(readFile(directory_.file("own.pem")), before);
+}
+
+TEST_F(Keystore, WhatWouldBeLostIsNotChanged) {
+    twoKeys();
+    create(directory_.file("new.p12"));
+    writeFile(directory_.file("issuer.pem"), keystore("export-certificate", {directory_.file("new.p12")}).out);
+    const EnvironmentVariable fresh("QUORVANTI_TEST_NEW", "swordfish");
+    const std::string before = readFile(store_);
+    EXPECT_EQ(json(keystore("list", {store_, "--json"}))["privateKey"], true);
+    for (const CommandResult& result :
+         {keystore("change-password", {store_, "--new-password-env", "QUORVANTI_TEST_NEW"}),
+          keystore("add-trusted", {store_, directory_.file("issuer.pem")})}) {
+        expectTalk(result, configuration, "the rest would be lost");
+        EXPECT_EQ(readFile(store_), before);
+    }
 }
 
 TEST_F(Keystore, ExportsTheCertificateAskedFor) {

@@ -9,7 +9,6 @@
 #include <quorvanti/voraksso.h>
 
 #include <istream>
-#include <iterator>
 #include <ostream>
 
 namespace quorvanti {
@@ -67,23 +66,20 @@ std::string rows(const std::string& name, const std::string& text) {
 }  // namespace
 
 ExitCode showCertificates(const CertOptions& options, std::istream& in, std::ostream& out) {
-    const Bytes content = options.file == "-"
-                              ? Bytes(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>())
-                              : readWholeFile(options.file);
-    const std::vector<Openssl<X509>> certificates = certificatesIn(content, options.file);
+    const std::vector<Openssl<X509>> certificates = certificatesIn(readWholeInput(options.file, in), options.file);
     const LibrarySession session(options.session);
     Json list = Json::array();
     std::string text;
     for (const Openssl<X509>& certificate : certificates) {
         const Bytes der = derOf(certificate.get());
-        if (!options.attribute.empty() && !options.json) {
-            text += attributeText(der, options.attribute) + "\n";
-            continue;
-        }
         Json json;
-        text += text.empty() ? "" : "\n";
-        for (const std::string name : attributes) {
-            if (options.attribute.empty() || options.attribute == name) {
+        if (!options.attribute.empty()) {
+            const std::string value = attributeText(der, options.attribute);
+            json[options.attribute] = value;
+            text += value + "\n";
+        } else {
+            text += text.empty() ? "" : "\n";
+            for (const std::string name : attributes) {
                 json[name] = attributeText(der, name);
                 text += name == "ALL" ? "" : rows(name, json[name]);
             }

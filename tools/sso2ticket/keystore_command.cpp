@@ -12,7 +12,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <istream>
-#include <iterator>
 #include <ostream>
 #include <utility>
 
@@ -88,13 +87,6 @@ bool isIn(const KeyStore& store, const X509* certificate) {
                        [&](const Entry& entry) { return X509_cmp(entry.certificate, certificate) == 0; });
 }
 
-std::vector<std::uint8_t> readCertificateFile(const std::string& name, std::istream& in) {
-    if (name == "-") {
-        return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-    }
-    return readWholeFile(name);
-}
-
 }  // namespace
 
 ExitCode createKeystore(const KeystoreCreateOptions& options, std::ostream& out) {
@@ -115,7 +107,7 @@ ExitCode listKeystore(const KeystoreOptions& options, std::ostream& out) {
 
 ExitCode addTrusted(const KeystoreTrustOptions& options, std::istream& in, std::ostream& out) {
     std::vector<Openssl<X509>> certificates =
-        certificatesIn(readCertificateFile(options.certificates, in), options.certificates);
+        certificatesIn(readWholeInput(options.certificates, in), options.certificates);
     const bool fresh = options.create && !std::filesystem::exists(options.file);
     std::optional<Secret> password;
     KeyStore store;

@@ -18,6 +18,19 @@ Failure failure(const std::string& name, const std::string& what) {
     return {ExitCode::configuration, "the file " + name + " " + what};
 }
 
+std::vector<std::uint8_t> readAll(std::istream& stream, const std::string& source) {
+    std::vector<std::uint8_t> content(fileLimit + 1);
+    stream.read(reinterpret_cast<char*>(content.data()), static_cast<std::streamsize>(content.size()));
+    content.resize(static_cast<std::size_t>(stream.gcount()));
+    if (stream.bad()) {
+        throw Failure(ExitCode::configuration, source + " cannot be read");
+    }
+    if (content.size() > fileLimit) {
+        throw Failure(ExitCode::configuration, source + " is longer than 16 MiB");
+    }
+    return content;
+}
+
 }  // namespace
 
 std::vector<std::uint8_t> readWholeFile(const std::string& name) {
@@ -32,16 +45,11 @@ std::vector<std::uint8_t> readWholeFile(const std::string& name) {
     if (std::filesystem::is_directory(status) || !stream) {
         throw failure(name, "cannot be read");
     }
-    std::vector<std::uint8_t> content(fileLimit + 1);
-    stream.read(reinterpret_cast<char*>(content.data()), static_cast<std::streamsize>(content.size()));
-    content.resize(static_cast<std::size_t>(stream.gcount()));
-    if (stream.bad()) {
-        throw failure(name, "cannot be read");
-    }
-    if (content.size() > fileLimit) {
-        throw failure(name, "is too long for a key store");
-    }
-    return content;
+    return readAll(stream, "the file " + name);
+}
+
+std::vector<std::uint8_t> readWholeInput(const std::string& name, std::istream& standardInput) {
+    return name == "-" ? readAll(standardInput, "standard input") : readWholeFile(name);
 }
 
 void createPrivateFile(const std::string& name, std::span<const std::uint8_t> content) {

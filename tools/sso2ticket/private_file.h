@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <iosfwd>
 #include <span>
 #include <string>
 #include <vector>
@@ -10,6 +11,8 @@ namespace quorvanti {
 
 // Up to 16 MB; throws Failure (key store or configuration) when there is none or it cannot be read.
 std::vector<std::uint8_t> readWholeFile(const std::string& name);
+// The same for a file's name or "-" for standard input.
+std::vector<std::uint8_t> readWholeInput(const std::string& name, std::istream& standardInput);
 
 // Makes the file, readable for its owner only. Throws Failure when one is there already or it cannot be written; then
 // nothing is left.

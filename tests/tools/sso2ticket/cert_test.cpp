@@ -72,12 +72,14 @@ TEST_F(Cert, ShowsOneAttributeAlone) {
     EXPECT_EQ(tool({"cert", pem_, "--attribute", "SERIALNO"}).out, "4711\n");
     EXPECT_EQ(json(tool({"cert", pem_, "--attribute", "SERIALNO", "--json"}))["certificates"][0].size(), 1U);
     expectTalk(tool({"cert", pem_, "--attribute", "SHOESIZE"}), rejected, "SHOESIZE cannot be read");
+    expectTalk(tool({"cert", pem_, "--attribute", "SHOESIZE", "--json"}), rejected, "SHOESIZE cannot be read");
 }
 
 TEST_F(Cert, SaysWhatCannotBeRead) {
     writeFile(directory_.file("garbage"), "no certificate");
     expectTalk(tool({"cert", directory_.file("garbage")}), inputUnreadable, "holds no certificate");
     expectTalk(tool({"cert", directory_.file("missing")}), configuration, "does not exist");
+    expectTalk(tool({"cert", "-"}, std::string((16U << 20U) + 1, 'A')), configuration, "is longer than 16 MiB");
     expectTalk(tool({"cert", pem_, "--crypto-library", "libnonexistent.so"}), cryptoUnavailable, "does not start");
     expectTalk(tool({"cert"}), usage, "file");
 }

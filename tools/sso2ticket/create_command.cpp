@@ -10,8 +10,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <ostream>
-#include <string_view>
 
 namespace quorvanti {
 
@@ -61,7 +61,8 @@ std::int32_t create(const CreateOptions& options, const std::optional<Secret>& p
 
 void chooseSigning(const CreateOptions& options) {
     // The library's own default is older than what signatures should have today.
-    const bool unset = std::string_view(QuorvantiGetProperty("SSF_HASH")) == "SHA1";
+    const char* chosen = std::getenv("SSF_HASH");
+    const bool unset = chosen == nullptr || *chosen == '\0';
     if (!options.hash.empty() || unset) {
         QuorvantiSetProperty("SSF_HASH", options.hash.empty() ? "SHA256" : options.hash.c_str());
     }

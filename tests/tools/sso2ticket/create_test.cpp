@@ -140,6 +140,11 @@ TEST_F(Create, TheEnvironmentChoosesTheHashAndWhetherTheCertificateIsCarried) {
         json(tool({"inspect", "--json", "-"}, create({"--user", "JDOE"}).out))["signature"]["certificates"].size(), 0U);
 }
 
+TEST_F(Create, TheEnvironmentMayChooseTheOldHashToo) {
+    const EnvironmentVariable hash("SSF_HASH", "SHA1");
+    EXPECT_EQ(json(tool({"inspect", "--json", "-"}, create({"--user", "JDOE"}).out))["signature"]["digest"], "sha1");
+}
+
 TEST_F(Create, SaysWhyNoTicketWasMade) {
     const EnvironmentVariable wrong("QUORVANTI_TEST_PASSWORD", "swordfish");
     const CommandResult refused = create({"--user", "JDOE"});

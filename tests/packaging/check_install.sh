@@ -30,6 +30,10 @@ export PKG_CONFIG_PATH="${pc%/*}"
 # shellcheck disable=SC2046  # the flags are meant to split
 cc -std=c11 -o "$work/consumer" "$source" $(pkg-config --cflags --libs quorvanti) -Wl,-rpath,"$libraries"
 refuses "$work/consumer" AAAA "$source"
+for header in voraksso ssf ssf_kavsecu; do
+    # shellcheck disable=SC2046  # the flags are meant to split
+    echo "#include <quorvanti/$header.h>" | cc -std=c11 -x c -fsyntax-only $(pkg-config --cflags quorvanti) -
+done
 
 refuses "$work/prefix/bin/sso2ticket" verify --profile "$source" AAAA
 [ "$(pkg-config --modversion quorvanti)" = "$("$work/prefix/bin/sso2ticket" --version | cut -d' ' -f2)" ]

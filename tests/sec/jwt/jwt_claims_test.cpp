@@ -147,6 +147,7 @@ TEST_F(JwtClaimWalk, RefusesAClaimThatAppearsTwice) {
         EXPECT_EQ(outcome("{\"a\":" + quoted + "," + once + "}"),
                   std::string(name) == "exp" ? "4 JWT is expired" : text);
     }
+    EXPECT_EQ(outcome(R"({"sub":"","sub":"a"})"), "8 Invalid JWT attribute Subject already parsed");
     EXPECT_EQ(outcome(R"({"uid":"a","uid":"b"})", "uid"), "8 Invalid JWT attribute NameID already parsed");
     EXPECT_EQ(outcome(R"({"uid":"a","uid":"b"})"), "0 ");
 }

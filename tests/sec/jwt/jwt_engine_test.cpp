@@ -246,6 +246,7 @@ TEST(JwtHeader, NamesTheAlgorithmAndPlacesTheTypeBehindIt) {
         {R"({"alg":"HS256","cty":"JWT"})",      "0 "},
         {R"({"kid":"1","alg":"HS256"})",        "0 "},
         {R"({"kid":1,"alg":"HS256"})",          "0 "},
+        {R"({"alg":1,"alg":"HS256"})",          "0 "},
         {R"({"type":1,"alg":"HS256"})",         "21 JWT signature type is not JWT"},
         {R"({"typ":"JWT"})",                    "21 JWT signature type is not JWT"},
         {R"({"kid":"typ"})",                    "21 JWT signature algorithm not valid"},

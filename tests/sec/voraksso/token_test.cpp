@@ -167,6 +167,9 @@ TEST_F(Token, ReadsANameIdBeyondAsciiAsNumberSigns) {
     EXPECT_EQ(call(makeToken(kHs256, "{\"n\xc3\xa4me\":\"bob\"}"), "secret", "n\xc3\xa4me", &other.result),
               VORAK_MALFORMED);
     EXPECT_STREQ(other.result.errorText, "JWT is without name id attribute");
+    Evaluation last;  // of ASCII
+    EXPECT_EQ(call(makeToken(kHs256, "{\"n\x7Fme\":\"bob\"}"), "secret", "n\x7Fme", &last.result), VORAK_OK);
+    EXPECT_EQ(last.nameId(), "bob");
     Evaluation empty;
     EXPECT_EQ(call(token_, "secret", "", &empty.result), VORAK_OK);
 }

@@ -49,6 +49,23 @@ TEST_P(Evaluation, WhatTheTicketDoesNotSayIsEmpty) {
     EXPECT_EQ(fields[5], u"");
 }
 
+TEST_P(Evaluation, EachTextHas128Bytes) {
+    start();
+    const std::string longest(128, 'x');
+    const auto evaluated = [this](const TicketBuilder& ticket) { return taken(evalLogon(signedTicket(ticket))); };
+    EXPECT_THAT(evaluated(logon().user(longest)), Contains(wide(longest)));
+    EXPECT_THAT(evaluated(logon().portalUser(longest)), Contains(wide(longest)));
+    EXPECT_THAT(evaluated(logon().authScheme(longest)), Contains(wide(longest)));
+    EXPECT_EQ(exception(), "(none)");
+    const std::string refused = "java/lang/Exception: VorakEvalLogonTicketEx failed: standard error= ";
+    evaluated(logon().user(longest + "x"));
+    EXPECT_EQ(exception(), refused + "6, ssf error= 0");
+    evaluated(logon().portalUser(longest + "x"));
+    EXPECT_EQ(exception(), refused + "3, ssf error= 0");
+    evaluated(logon().authScheme(longest + "x"));
+    EXPECT_EQ(exception(), refused + "3, ssf error= 0");
+}
+
 TEST_P(Evaluation, AnAcceptedAssertionTicketGivesTheCertificateOfTheRecord) {
     start();
     const std::string ticket = signedTicket(TicketBuilder::assertion(std::time(nullptr), "DEV", "200"));

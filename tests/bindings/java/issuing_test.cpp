@@ -57,6 +57,18 @@ TEST_P(Issuing, WhatIsCreatedIsAcceptedAndSaysTheSame) {
     EXPECT_EQ(fields[7], u"1");
 }
 
+TEST_P(Issuing, ATicketMayHave4096Characters) {
+    start();
+    const std::string shorter = plain(taken(create(complete_)));
+    const std::size_t padding = shorter.size() - shorter.find_last_not_of('=') - 1;
+    crypto_->signature.resize(crypto_->signature.size() + 3072 - (shorter.size() / 4 * 3 - padding));
+    EXPECT_EQ(taken(create(complete_)).size(), 4096U);
+    EXPECT_EQ(exception(), "(none)");
+    crypto_->signature += "x";
+    EXPECT_EQ(create(complete_), nullptr);
+    EXPECT_EQ(exception(), "java/lang/Exception: VorakCreateAssertionTicket failed: standard error= 3, ssf error= 0");
+}
+
 TEST_P(Issuing, AnyUserComesBackAsHeWent) {
     start();
     for (const std::u16string& user : {std::u16string(u"Jürgen"), std::u16string(u"😀"), std::u16string(u"A\0B", 3)}) {

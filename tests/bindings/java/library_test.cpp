@@ -45,6 +45,12 @@ TEST_P(LibraryMethods, InitWithoutANameTakesTheProperty) {
     EXPECT_EQ(exception(), "(none)");
 }
 
+TEST_P(LibraryMethods, InitWithANameDoesNotTakeTheProperty) {
+    EXPECT_TRUE(set(u"SSF_LIB", u"/nowhere/lib.so"));
+    EXPECT_TRUE(init(wide(crypto_.path())));
+    EXPECT_EQ(exception(), "(none)");
+}
+
 TEST_P(LibraryMethods, InitTellsWhichLibraryCouldNotBeLoaded) {
     EXPECT_FALSE(init(u"/nowhere/lib.so"));
     EXPECT_EQ(exception(),
@@ -142,6 +148,16 @@ TEST_P(LibraryMethods, ReadsEveryAttributeOfACertificate) {
         EXPECT_EQ(taken(parse("certificate", id++)), wide("the " + std::string(name)));
     }
     EXPECT_EQ(exception(), "(none)");
+}
+
+TEST_P(LibraryMethods, AnAttributeMayHave16384Bytes) {
+    start();
+    const std::string longest(16384, 'x');
+    crypto_->certificateTexts["SUBJECT"] = longest;
+    EXPECT_EQ(taken(parse("certificate", 0)), wide(longest));
+    crypto_->certificateTexts["SUBJECT"] = longest + "x";
+    EXPECT_EQ(parse("certificate", 0), nullptr);
+    EXPECT_EQ(exception(), "java/lang/Exception: VorakParseCertificate failed: standard error= 3, ssf error= 0");
 }
 
 TEST_P(LibraryMethods, RefusesOtherInfoIds) {

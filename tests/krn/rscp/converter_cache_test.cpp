@@ -210,6 +210,8 @@ TEST_F(ConverterTest, InvalidationReorganizes) {
                                    "CCC cache with 6000000 bytes reorganized.",
                                    "Code page converter switched back to initialized state. CCC.reorg_done=T."));
     EXPECT_EQ(converterCache().header().countT1, 0U);
+    EXPECT_EQ(converterCache().header().reorganizationVersion, 1U);
+    EXPECT_EQ(converterCache().header().reorganizationCount, 1U);
     EXPECT_EQ(convert(object, "\xFC").output, "\xC3\xBC");
 }
 

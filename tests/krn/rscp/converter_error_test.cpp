@@ -70,11 +70,9 @@ TEST_F(ConverterTest, KindISkipsTheTable) {
 }
 
 TEST_F(ConverterTest, ModuleNameIsCutOutOfTheIdentification) {
-    const std::map<std::string, std::string> names = {{"krn/rscp/rscpc.c", "rscpc   "},
-                                                      {"rscpu86r", "rscpu86r"},
-                                                      {"a/b/longer_than_eight.cpp", "longer_t"},
-                                                      {"", "?modul? "},
-                                                      {"dir/.c", "?modul? "}};
+    const std::map<std::string, std::string> names = {
+        {"krn/rscp/rscpc.c", "rscpc   "},          {"rscpu86r", "rscpu86r"}, {"krn/rscp/a.b.c", "a       "},
+        {"a/b/longer_than_eight.cpp", "longer_t"}, {"", "?modul? "},         {"dir/.c", "?modul? "}};
     for (const auto& [identification, module] : names) {
         rscpe__error(1, 'C', -1, identification.c_str(), 1, 2, "m", nullptr, nullptr, 0, 0, 0);
         EXPECT_EQ(rscpeCurrent()->module, module);

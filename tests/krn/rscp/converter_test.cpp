@@ -99,6 +99,7 @@ TEST_F(ConverterTest, DirectCopyEndsAtAWholeCharacter) {
                       4)
                   .output,
               "a\xE2\x82\xAC");
+    EXPECT_EQ(convert("4110", "4110", "a\xFD\xBF\xBF\xBF\xBF\xBF", 6).output, "a");
     const std::string smiley = "a\0\x3D\xD8\x00\xDE"s;
     EXPECT_EQ(convert("4103", "4103", smiley, 5).output, "a\0"s);
     EXPECT_EQ(convert("4102", "4102", "\0a\xD8\x3D\xDE\x00"s, 4).output, "\0a"s);
@@ -178,6 +179,10 @@ TEST_F(ConverterTest, EndBeforeStartIsRefused) {
     const std::uint8_t* source = buffer + 4;
     EXPECT_EQ(rscpCConvert(&object, destination, buffer + 2, source, buffer + 2), RSCPEINVAL);
     EXPECT_EQ(message(), "end of buffer before its start");
+    destination = buffer + 2;
+    EXPECT_EQ(rscpCConvert(&object, destination, buffer, source, buffer + 8), RSCPEINVAL);
+    EXPECT_EQ(destination, buffer + 2);
+    EXPECT_EQ(source, buffer + 4);
 }
 
 TEST_F(ConverterTest, UnknownSourceCodePageFailsActivation) {
@@ -203,6 +208,7 @@ TEST_F(ConverterTest, CodePageThatIsNotFourDigitsIsUnknown) {
         rscpCObj_t object = makeObject(codePage.data(), codePage.data());
         EXPECT_EQ(rscpCActivate(&object, true, true), RSCPENOOBJ);
         EXPECT_EQ(message(), "in character code " + shown + " is unknown");
+        EXPECT_STREQ(rscpeCurrent()->cause, "");  // nothing of the error before
         object = makeObject("4110", codePage.data());
         EXPECT_EQ(rscpCActivate(&object, true, true), RSCPENOOBJ);
         EXPECT_EQ(message(), "out character code " + shown + " is unknown");
@@ -265,6 +271,16 @@ TEST_F(ConverterTest, PoliciesForCharactersThatTheTargetLacks) {
             EXPECT_EQ(converted.consumed, 1U);
         }
     }
+}
+
+TEST_F(ConverterTest, ThePolicyForBrokenCharactersIsNotForMissingOnes) {
+    rscpCObj_t object = activated("4110", "1100");
+    object.brokenPolicy = kBrokenStopFinally;
+    EXPECT_EQ(convert(object, "\xE2\x82\xAC").output, "#");
+    const Converted undefined = convert("1101", "4110", "\x80");
+    object = activated("1101", "4110");
+    object.brokenPolicy = kBrokenStopFinally;
+    EXPECT_EQ(convert(object, "\x80").output, undefined.output);
 }
 
 TEST_F(ConverterTest, PoliciesForBrokenCharacters) {
@@ -442,6 +458,7 @@ TEST_F(ConverterTest, FillPolicies) {
     EXPECT_EQ(truncated.code, 0);
     EXPECT_EQ(truncated.output, "ab ");
     EXPECT_EQ(truncated.consumed, 4U);
+    EXPECT_EQ(rscpeCurrent()->code, 0);
     EXPECT_EQ(convert(object, "abcd", 3).code, RSCPETOOLONG);
     object = makeObject("4110", "4103");
     object.fillPolicy = kFillSpaces;
@@ -457,9 +474,13 @@ TEST_F(ConverterTest, ReactivationWithResetServesANewPair) {
     rscpCObj_t object = activated("4110", "1100");
     convert(object, "\xE2\x82\xAC");
     ASSERT_EQ(object.substituted, 1U);
+    object.dropPolicy = kDropRemove;
+    convert(object, "\xE2\x82\xAC");
+    ASSERT_EQ(object.removed, 1U);
     std::memcpy(object.targetCodePage, "4103", 4);
     ASSERT_EQ(rscpCActivate(&object, true, true), 0);
     EXPECT_EQ(object.substituted, 0U);
+    EXPECT_EQ(object.removed, 0U);
     EXPECT_EQ(convert(object, "a").output, "a\0"s);
     EXPECT_EQ(std::string(object.loadedTarget, 4), "4103");
 }

@@ -5,7 +5,7 @@
 // is asked for by name: the linker could take such a function for everyone. That goes for std::min, too.
 #include <immintrin.h>
 
-#include "krn/rscp/utf_avx512_steps.h"
+#include "krn/rscp/utf_avx512.h"
 #include "krn/rscp/utf_tables.h"
 
 namespace quorvanti {
@@ -20,8 +20,26 @@ Mask lowest(std::ptrdiff_t count) {
 __m512i byte(int value) {
     return _mm512_set1_epi8(static_cast<char>(value));
 }
-Mask atLeast(__m512i v, int value) {
-    return _mm512_cmpge_epu8_mask(v, byte(value));
+
+// Vectors of one word again and again, kept from the compiler: it would make each of them anew from a general register,
+// which takes a short text longer than to fetch it.
+struct alignas(64) Repeated {
+    std::uint16_t words[32];
+};
+constexpr Repeated repeated(std::uint16_t word) {
+    Repeated vector{};
+    for (std::uint16_t& place : vector.words) {
+        place = word;
+    }
+    return vector;
+}
+enum Constant : std::size_t { smallestLead, behindLast, inSeconds, highSurrogate, lowSurrogate };
+constexpr Repeated kConstants[] = {repeated(0xC0C0), repeated(0x4040), repeated(0x4000), repeated(0xD7C0),
+                                   repeated(0xDC00 >> 10)};
+__m512i constant(Constant wanted) {
+    const Repeated* constants = kConstants;
+    asm("" : "+r"(constants));
+    return _mm512_load_si512(constants + wanted);
 }
 
 // By byte from 0x80 on: what it adds to the value of its character.
@@ -62,8 +80,8 @@ class Avx512Decoder {
     static constexpr std::ptrdiff_t kUnits = 64 / kUnit;
 
 public:
-    // Moves both positions.
-    static void decode(const std::uint8_t*& source, const std::uint8_t* sourceEnd, std::uint8_t*& destination,
+    // Moves both positions. True when nothing is left.
+    static bool decode(const std::uint8_t*& source, const std::uint8_t* sourceEnd, std::uint8_t*& destination,
                        const std::uint8_t* end) {
         const std::uint8_t* from = source;
         std::uint8_t* to = destination;
@@ -78,7 +96,7 @@ public:
                 refused = (_mm512_cmplt_epu8_mask(v, byte(0x20)) & valid) | _mm512_cmpeq_epi8_mask(v, byte(0x7F));
             }
             if ((beyondAscii | refused) == 0) {
-                if ((end - to) / kUnit < count) {
+                if (end - to < count * kUnit) {
                     break;
                 }
                 widen(v, count, to);
@@ -86,55 +104,73 @@ public:
                 to += count * kUnit;
                 continue;
             }
-            const Characters characters =
-                find(v, _mm512_maskz_loadu_epi8(valid >> 1, from + 1), beyondAscii, refused, valid);
+            const Characters characters = find(v, count, beyondAscii, refused, valid);
             const std::ptrdiff_t units = characters.units;
-            if (characters.consumed == 0 || (end - to) / kUnit < units) {
+            if (characters.consumed == 0 || end - to < units * kUnit) {
                 break;
             }
-            write(v, beyondAscii, characters, units, to);
+            write(v, beyondAscii, characters, to);
             from += characters.consumed;
             to += units * kUnit;
         }
         source = from;
         destination = to;
+        return from >= sourceEnd;
     }
 
 private:
-    // A bit for each byte: where the bytes of a unit begin, also behind the last one; and where the second halves of
-    // surrogate pairs do.
+    // A bit for each byte.
     struct Characters {
-        Mask starts;
-        Mask lows;
+        __mmask64 starts;  // of each unit, and of a character that is cut
+        Mask lows;         // those of the second halves of surrogate pairs
+        Mask continues;    // follow-up bytes
+        Mask valid;
         std::ptrdiff_t units;
         std::ptrdiff_t consumed;
     };
 
     // The whole characters before the first byte that does not belong there.
-    static Characters find(__m512i v, __m512i next, Mask beyondAscii, Mask refused, Mask valid) {
-        const __mmask64 leads = atLeast(v, 0xC0);
-        const Mask three = atLeast(v, 0xE0);
-        const Mask four = form == WideForm::ucs2 ? 0 : atLeast(v, 0xF0);
+    static Characters find(__m512i v, std::ptrdiff_t count, Mask beyondAscii, Mask refused, Mask valid) {
+        const __m512i twice = _mm512_add_epi8(v, v);
+        const __m512i fourTimes = _mm512_add_epi8(twice, twice);
+        const Mask leads = beyondAscii & _mm512_movepi8_mask(twice);
+        const Mask three = leads & _mm512_movepi8_mask(fourTimes);
+        const Mask four =
+            form == WideForm::ucs2 ? 0 : three & _mm512_movepi8_mask(_mm512_add_epi8(fourTimes, fourTimes));
         const __m512i smallest =
-            _mm512_maskz_permutexvar_epi8(leads, v, _mm512_load_si512(kSmallestSeconds<form, controls>.smallest));
+            _mm512_permutexvar_epi8(v, _mm512_load_si512(kSmallestSeconds<form, controls>.smallest));
+        const __m512i before = _mm512_permutexvar_epi8(_mm512_sub_epi8(places(), byte(1)), smallest);
         const Mask continues = beyondAscii & ~leads;
-        refused |= _mm512_cmplt_epu8_mask(next, smallest);
-        refused |= (leads << 1 | three << 2 | four << 3) ^ continues;
-        valid &= lowest(static_cast<std::ptrdiff_t>(_tzcnt_u64(refused)));
-        const Mask lasts = (~beyondAscii | (leads & ~three) << 1 | (three & ~four) << 2 | four << 3) & valid;
-        const auto consumed = static_cast<std::ptrdiff_t>(64 - _lzcnt_u64(lasts));
-        const Mask whole = lowest(consumed);
-        const Mask lows = form == WideForm::utf16 ? four << 3 & whole : 0;
-        const Mask starts = (~continues & whole) | lows;
-        // No bit behind the last of 64.
-        return {starts | (whole + 1), lows, _mm_popcnt_u64(starts), consumed};
+        // A bit for each byte that another one belongs behind.
+        Mask goesOn = leads | three << 1 | four << 2;
+        refused |= _mm512_cmplt_epu8_mask(v, before) & leads << 1;
+        refused |= goesOn << 1 ^ continues;
+        refused &= valid;
+        Mask inside = leads;
+        // A branch: nearly always false, so that nothing below waits for the answer.
+        if (refused != 0) [[unlikely]] {
+            count = static_cast<std::ptrdiff_t>(_tzcnt_u64(refused));
+            valid = lowest(count);
+            inside &= valid;
+            goesOn = inside | (three & valid) << 1 | (four & valid) << 2;
+        }
+        // The last character goes on behind the last valid byte: then it begins where the one before it ends.
+        const bool cut = goesOn > valid >> 1;
+        const auto consumed = cut ? static_cast<std::ptrdiff_t>(63 - _lzcnt_u64(inside)) : count;
+        const Mask lows = form == WideForm::utf16 ? four << 3 & valid : 0;
+        if constexpr (form == WideForm::utf16) {
+            const Mask starts = (~continues & valid) | lows;
+            return {starts, lows, continues, valid, _mm_popcnt_u64(starts) - cut, consumed};
+        }
+        const __mmask64 starts = _mm512_mask_cmpge_epi8_mask(valid, v, constant(smallestLead));
+        return {starts, lows, continues, valid, _mm_popcnt_u64(starts) - cut, consumed};
     }
 
     static void store(std::uint8_t* to, std::ptrdiff_t units, __m512i words) {
         if constexpr (kUnit == 4) {
-            _mm512_mask_storeu_epi32(to, static_cast<__mmask16>(lowest(units < kUnits ? units : kUnits)), words);
+            _mm512_mask_storeu_epi32(to, static_cast<__mmask16>(lowest(units)), words);
         } else {
-            _mm512_mask_storeu_epi16(to, static_cast<__mmask32>(lowest(units < kUnits ? units : kUnits)), words);
+            _mm512_mask_storeu_epi16(to, static_cast<__mmask32>(lowest(units)), words);
         }
     }
 
@@ -158,56 +194,71 @@ private:
         }
     }
 
-    static void write(__m512i v, __mmask64 beyondAscii, const Characters& characters, std::ptrdiff_t units,
-                      std::uint8_t* to) {
-        const __m512i starts = _mm512_mask_compress_epi8(byte(64), characters.starts, places());
+    static void write(__m512i v, __mmask64 beyondAscii, const Characters& characters, std::uint8_t* to) {
         const __m512i values = _mm512_mask2_permutex2var_epi8(_mm512_load_si512(kValues.entries), v, beyondAscii,
                                                               _mm512_load_si512(kValues.entries + 64));
-        Mask lows = _pext_u64(characters.lows, characters.starts);
+        if constexpr (kUnit == 4) {
+            write32(values, characters, to);
+        } else {
+            write16(values, characters, to);
+        }
+    }
+
+    static void write32(__m512i values, const Characters& characters, std::uint8_t* to) {
+        const __mmask64 bounds = _kor_mask64(characters.starts, characters.valid + 1);
+        const __m512i starts = _mm512_mask_compress_epi8(constant(behindLast), bounds, places());
         __m512i unit = unitOfByte();
-        for (std::ptrdiff_t done = 0; done < units; done += kUnits) {
+        for (std::ptrdiff_t units = characters.units;;) {
             const __m512i start = _mm512_permutexvar_epi8(unit, starts);
             const __m512i end = _mm512_permutexvar_epi8(_mm512_add_epi8(unit, byte(1)), starts);
-            if constexpr (kUnit == 4) {
-                store(to + done * kUnit, units - done, ordered(fetch32(values, start, end)));
-            } else {
-                store(to + done * kUnit, units - done, ordered(fetch16(values, start, end, lows)));
+            // The bytes so many places before the end of each character that belong to it; zero elsewhere.
+            const __m512i place = _mm512_sub_epi8(end, _mm512_set1_epi32(0x04030201));
+            const __m512i bytes = _mm512_maskz_permutexvar_epi8(_mm512_cmpge_epi8_mask(place, start), place, values);
+            const __m512i pairs = _mm512_maddubs_epi16(bytes, _mm512_set1_epi16(64 << 8 | 1));
+            store(to, units, ordered(_mm512_madd_epi16(pairs, _mm512_set1_epi32(4096 << 16 | 1))));
+            if ((units -= kUnits) <= 0) {
+                return;
             }
+            to += 64;
+            unit = _mm512_add_epi8(unit, byte(kUnits));
+        }
+    }
+
+    static void write16(__m512i values, const Characters& characters, std::uint8_t* to) {
+        const Mask continues = characters.continues;
+        const Mask valid = characters.valid;
+        // What the one and the two bytes before each byte add to its character: zero where they belong to another one.
+        const __m512i seconds = _mm512_maskz_permutexvar_epi8(continues, _mm512_sub_epi8(places(), byte(1)), values);
+        const __m512i thirds =
+            _mm512_maskz_permutexvar_epi8(continues & continues << 1, _mm512_sub_epi8(places(), byte(2)), values);
+        const Mask ends = characters.starts >> 1 | (valid & ~(valid >> 1));
+        const __m512i lasts = _mm512_maskz_compress_epi8(ends, places());
+        Mask lows = _pext_u64(characters.lows, ends);
+        __m512i unit = unitOfByte();
+        for (std::ptrdiff_t units = characters.units;;) {
+            const __m512i last = _mm512_permutexvar_epi8(unit, lasts);
+            const __m512i bytes = _mm512_permutex2var_epi8(values, _mm512_or_si512(last, constant(inSeconds)), seconds);
+            const __m512i words = _mm512_add_epi16(_mm512_maddubs_epi16(bytes, _mm512_set1_epi16(64 << 8 | 1)),
+                                                   _mm512_slli_epi16(_mm512_permutexvar_epi8(last, thirds), 12));
+            store(to, units, ordered(withSurrogates(words, lows)));
+            if ((units -= kUnits) <= 0) {
+                return;
+            }
+            to += 64;
             lows >>= kUnits % 64;
             unit = _mm512_add_epi8(unit, byte(kUnits));
         }
     }
 
-    // The bytes so many places before the end of each character that belong to it; zero elsewhere.
-    static __mmask64 own(__m512i place, __m512i start) { return _mm512_cmpge_epi8_mask(place, start); }
-    static __m512i fetch32(__m512i values, __m512i start, __m512i end) {
-        const __m512i place = _mm512_sub_epi8(end, _mm512_set1_epi32(0x04030201));
-        const __m512i bytes = _mm512_maskz_permutexvar_epi8(own(place, start), place, values);
-        const __m512i pairs = _mm512_maddubs_epi16(bytes, _mm512_set1_epi16(64 << 8 | 1));
-        return _mm512_madd_epi16(pairs, _mm512_set1_epi32(4096 << 16 | 1));
-    }
-    // The first half of a surrogate pair has the first three bytes of four, the second one the last two.
-    static __m512i fetch16(__m512i values, __m512i start, __m512i end, Mask lows) {
-        constexpr Mask kLowBytes = 0x5555555555555555;
-        const __m512i place = _mm512_sub_epi8(end, _mm512_set1_epi16(0x0201));
-        __mmask64 owned = own(place, start);
-        if constexpr (form == WideForm::utf16) {
-            owned |= _pdep_u64(lows, ~kLowBytes);
+    // The first half of a pair comes with the first three bytes of four, the second one with the last two.
+    static __m512i withSurrogates(__m512i words, Mask lows) {
+        if constexpr (form != WideForm::utf16) {
+            return words;
         }
-        const __m512i bytes = _mm512_maskz_permutexvar_epi8(owned, place, values);
-        const __m512i third = _mm512_sub_epi8(end, byte(3));
-        const __m512i words = _mm512_add_epi16(
-            _mm512_maddubs_epi16(bytes, _mm512_set1_epi16(64 << 8 | 1)),
-            _mm512_slli_epi16(_mm512_maskz_permutexvar_epi8(own(third, start) & kLowBytes, third, values), 12));
-        if constexpr (form == WideForm::utf16) {
-            const auto low = static_cast<__mmask32>(lows);
-            const auto high = static_cast<__mmask32>(lows >> 1);
-            const __m512i first = _mm512_mask_add_epi16(words, high, _mm512_srli_epi16(words, 4),
-                                                        _mm512_set1_epi16(static_cast<short>(0xD7C0)));
-            return _mm512_mask_add_epi16(first, low, _mm512_and_si512(words, _mm512_set1_epi16(0x03FF)),
-                                         _mm512_set1_epi16(static_cast<short>(0xDC00)));
-        }
-        return words;
+        const __m512i firsts = _mm512_mask_add_epi16(words, static_cast<__mmask32>(lows >> 1),
+                                                     _mm512_srli_epi16(words, 4), constant(highSurrogate));
+        return _mm512_mask_shldi_epi16(firsts, static_cast<__mmask32>(lows), constant(lowSurrogate),
+                                       _mm512_slli_epi16(words, 6), 10);
     }
 
     static __m512i ordered(__m512i words) {
@@ -217,28 +268,34 @@ private:
             return _mm512_shuffle_epi8(
                 words, _mm512_broadcast_i32x4(_mm_setr_epi8(3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12)));
         } else {
-            return _mm512_shuffle_epi8(
-                words, _mm512_broadcast_i32x4(_mm_setr_epi8(1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14)));
+            return _mm512_shldi_epi16(words, words, 8);
         }
     }
 };
+
+// Not inlined: a call in the middle would cost every text the room on the stack for what has to outlive it.
+template <WideForm form, ByteOrder order, ControlCodes controls>
+[[gnu::noinline]] std::int32_t decodeRest(const std::uint8_t*& source, const std::uint8_t* sourceEnd,
+                                          std::uint8_t*& destination, std::uint8_t* destinationEnd,
+                                          const void* substitute, std::uint32_t* substituted) {
+    return utfDecoder(form, order, controls, UtfInstructions::sse2)(source, sourceEnd, destination, destinationEnd,
+                                                                    substitute, substituted);
+}
 
 }  // namespace
 
 template <WideForm form, ByteOrder order, ControlCodes controls>
 std::int32_t avx512Decode(const std::uint8_t*& source, const std::uint8_t* sourceEnd, std::uint8_t*& destination,
-                          std::uint8_t* destinationEnd, const void* substitute, std::uint32_t* substituted,
-                          UtfDecoder rest) {
-    Avx512Decoder<form, order, controls>::decode(source, sourceEnd, destination, destinationEnd);
-    return source >= sourceEnd || rest == nullptr
+                          std::uint8_t* destinationEnd, const void* substitute, std::uint32_t* substituted) {
+    return Avx512Decoder<form, order, controls>::decode(source, sourceEnd, destination, destinationEnd)
                ? 0
-               : rest(source, sourceEnd, destination, destinationEnd, substitute, substituted);
+               : decodeRest<form, order, controls>(source, sourceEnd, destination, destinationEnd, substitute,
+                                                   substituted);
 }
 
-#define QUORVANTI_DECODER(form, order, controls)                                                               \
-    template std::int32_t avx512Decode<WideForm::form, ByteOrder::order, ControlCodes::controls>(              \
-        const std::uint8_t*&, const std::uint8_t*, std::uint8_t*&, std::uint8_t*, const void*, std::uint32_t*, \
-        UtfDecoder)
+#define QUORVANTI_DECODER(form, order, controls)                                                  \
+    template std::int32_t avx512Decode<WideForm::form, ByteOrder::order, ControlCodes::controls>( \
+        const std::uint8_t*&, const std::uint8_t*, std::uint8_t*&, std::uint8_t*, const void*, std::uint32_t*)
 QUORVANTI_DECODER(ucs2, native, allowed);
 QUORVANTI_DECODER(ucs2, native, refused);
 QUORVANTI_DECODER(ucs2, swapped, allowed);

@@ -5,7 +5,7 @@
 // is asked for by name: the linker could take such a function for everyone. That goes for std::min, too.
 #include <immintrin.h>
 
-#include "krn/rscp/utf_avx512_steps.h"
+#include "krn/rscp/utf_avx512.h"
 #include "krn/rscp/utf_tables.h"
 
 namespace quorvanti {
@@ -33,8 +33,8 @@ class Avx512Encoder {
     static constexpr std::ptrdiff_t kUnits = 16;
 
 public:
-    // Moves both positions.
-    static void encode(const std::uint8_t*& source, const std::uint8_t* sourceEnd, std::uint8_t*& destination,
+    // Moves both positions. True when nothing is left.
+    static bool encode(const std::uint8_t*& source, const std::uint8_t* sourceEnd, std::uint8_t*& destination,
                        const std::uint8_t* end) {
         const std::uint8_t* from = source;
         std::uint8_t* to = destination;
@@ -76,6 +76,7 @@ public:
         }
         source = from;
         destination = to;
+        return from >= sourceEnd;
     }
 
 private:
@@ -181,14 +182,16 @@ private:
 
 template <WideForm form, ByteOrder order, ControlCodes controls>
 std::int32_t avx512Encode(const std::uint8_t*& source, const std::uint8_t* sourceEnd, std::uint8_t*& destination,
-                          std::uint8_t* destinationEnd, UtfEncoder rest) {
-    Avx512Encoder<form, order, controls>::encode(source, sourceEnd, destination, destinationEnd);
-    return source >= sourceEnd || rest == nullptr ? 0 : rest(source, sourceEnd, destination, destinationEnd);
+                          std::uint8_t* destinationEnd) {
+    if (Avx512Encoder<form, order, controls>::encode(source, sourceEnd, destination, destinationEnd)) {
+        return 0;
+    }
+    return utfEncoder(form, order, controls, UtfInstructions::sse2)(source, sourceEnd, destination, destinationEnd);
 }
 
 #define QUORVANTI_ENCODER(form, order, controls)                                                  \
     template std::int32_t avx512Encode<WideForm::form, ByteOrder::order, ControlCodes::controls>( \
-        const std::uint8_t*&, const std::uint8_t*, std::uint8_t*&, std::uint8_t*, UtfEncoder)
+        const std::uint8_t*&, const std::uint8_t*, std::uint8_t*&, std::uint8_t*)
 QUORVANTI_ENCODER(ucs2, native, allowed);
 QUORVANTI_ENCODER(ucs2, native, refused);
 QUORVANTI_ENCODER(ucs2, swapped, allowed);

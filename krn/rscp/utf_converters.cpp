@@ -13,7 +13,7 @@
 #include "krn/rscp/utf_sse2_steps.h"
 #endif
 #ifdef QUORVANTI_AVX512
-#include "krn/rscp/utf_avx512_steps.h"
+#include "krn/rscp/utf_avx512.h"
 #endif
 
 namespace quorvanti {
@@ -91,12 +91,10 @@ class Decoder {
 public:
     static std::int32_t run(const std::uint8_t*& source, const std::uint8_t* sourceEnd, std::uint8_t*& destination,
                             std::uint8_t* destinationEnd, const void* substitute, std::uint32_t* substituted) {
-        if constexpr (Steps::kGoesFirst) {
-            return Steps::template decodeFirst<form, order, controls>(source, sourceEnd, destination, destinationEnd,
-                                                                      substitute, substituted, inSteps);
-        } else {
-            return inSteps(source, sourceEnd, destination, destinationEnd, substitute, substituted);
-        }
+        // Half a unit at the end of the destination is no room.
+        std::uint8_t* const end = destinationEnd - (destinationEnd - destination) % kTo;
+        const Decoder decoder(static_cast<const std::uint8_t*>(substitute), substituted);
+        return convert(decoder, source, sourceEnd, destination, end, Wide<form>::kModules[order == ByteOrder::swapped]);
     }
 
     static BlockStep steps(const std::uint8_t* begin, const std::uint8_t* from, const std::uint8_t* sourceEnd,
@@ -124,14 +122,6 @@ public:
     }
 
 private:
-    static std::int32_t inSteps(const std::uint8_t*& source, const std::uint8_t* sourceEnd, std::uint8_t*& destination,
-                                std::uint8_t* destinationEnd, const void* substitute, std::uint32_t* substituted) {
-        // Half a unit at the end of the destination is no room.
-        std::uint8_t* const end = destinationEnd - (destinationEnd - destination) % kTo;
-        const Decoder decoder(static_cast<const std::uint8_t*>(substitute), substituted);
-        return convert(decoder, source, sourceEnd, destination, end, Wide<form>::kModules[order == ByteOrder::swapped]);
-    }
-
     Decoder(const std::uint8_t* substitute, std::uint32_t* substituted)
         : substitute_(substitute), substituted_(substituted) {}
 
@@ -201,12 +191,8 @@ class Encoder {
 public:
     static std::int32_t run(const std::uint8_t*& source, const std::uint8_t* sourceEnd, std::uint8_t*& destination,
                             std::uint8_t* destinationEnd) {
-        if constexpr (Steps::kGoesFirst) {
-            return Steps::template encodeFirst<form, order, controls>(source, sourceEnd, destination, destinationEnd,
-                                                                      inSteps);
-        } else {
-            return inSteps(source, sourceEnd, destination, destinationEnd);
-        }
+        return convert(Encoder(), source, sourceEnd, destination, destinationEnd,
+                       Wide<form>::kModules[order == ByteOrder::swapped]);
     }
 
     static BlockStep steps(const std::uint8_t* begin, const std::uint8_t* from, const std::uint8_t* sourceEnd,
@@ -247,12 +233,6 @@ public:
     }
 
 private:
-    static std::int32_t inSteps(const std::uint8_t*& source, const std::uint8_t* sourceEnd, std::uint8_t*& destination,
-                                std::uint8_t* destinationEnd) {
-        return convert(Encoder(), source, sourceEnd, destination, destinationEnd,
-                       Wide<form>::kModules[order == ByteOrder::swapped]);
-    }
-
     // `value` is the first surrogate and becomes the character of the pair.
     static const Refusal* pair(std::uint32_t& value, const std::uint8_t* from, const std::uint8_t* sourceEnd) {
         if (value >= 0xDC00) {
@@ -277,6 +257,18 @@ private:
         to[0] = static_cast<std::uint8_t>(kMarks[length] | value);
     }
 };
+
+#ifdef QUORVANTI_AVX512
+// These know no steps: they are members of their own.
+template <class, WideForm form, ByteOrder order, ControlCodes controls>
+struct Avx512Encoder {
+    static constexpr UtfEncoder run = avx512Encode<form, order, controls>;
+};
+template <class, WideForm form, ByteOrder order, ControlCodes controls>
+struct Avx512Decoder {
+    static constexpr UtfDecoder run = avx512Decode<form, order, controls>;
+};
+#endif
 
 // The member of every form, byte order and treatment of control codes.
 template <template <class, WideForm, ByteOrder, ControlCodes> class Direction, class Steps, WideForm form>
@@ -306,11 +298,6 @@ constexpr auto member(WideForm form, ByteOrder order, ControlCodes controls) {
 
 template <template <class, WideForm, ByteOrder, ControlCodes> class Direction>
 auto member(WideForm form, ByteOrder order, ControlCodes controls, UtfInstructions instructions) {
-#ifdef QUORVANTI_AVX512
-    if (instructions == UtfInstructions::avx512) {
-        return member<Direction, Avx512Steps>(form, order, controls);
-    }
-#endif
 #ifdef __SSE2__
     if (instructions == UtfInstructions::sse2) {
         return member<Direction, Sse2Steps>(form, order, controls);
@@ -326,10 +313,20 @@ void setUtfErrorHook(UtfErrorHook hook) {
 }
 
 UtfEncoder utfEncoder(WideForm form, ByteOrder order, ControlCodes controls, UtfInstructions instructions) {
+#ifdef QUORVANTI_AVX512
+    if (instructions == UtfInstructions::avx512) {
+        return member<Avx512Encoder, PortableSteps>(form, order, controls);
+    }
+#endif
     return member<Encoder>(form, order, controls, instructions);
 }
 
 UtfDecoder utfDecoder(WideForm form, ByteOrder order, ControlCodes controls, UtfInstructions instructions) {
+#ifdef QUORVANTI_AVX512
+    if (instructions == UtfInstructions::avx512) {
+        return member<Avx512Decoder, PortableSteps>(form, order, controls);
+    }
+#endif
     return member<Decoder>(form, order, controls, instructions);
 }
 

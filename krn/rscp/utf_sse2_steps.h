@@ -9,8 +9,6 @@
 namespace quorvanti {
 
 struct Sse2Steps {
-    static constexpr bool kGoesFirst = false;
-
     template <WideForm form, ByteOrder order, ControlCodes controls>
     static BlockStep decode(const std::uint8_t* begin, const std::uint8_t* from, const std::uint8_t* sourceEnd,
                             std::uint8_t* to, std::uint8_t* end) {

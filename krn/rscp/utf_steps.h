@@ -42,8 +42,6 @@ struct BlockStep {
 // On a machine without vectors there are none. `begin` is where the whole source begins, `end` where the whole units of
 // the destination end.
 struct PortableSteps {
-    static constexpr bool kGoesFirst = false;
-
     template <WideForm form, ByteOrder order, ControlCodes controls>
     static BlockStep decode(const std::uint8_t* /*begin*/, const std::uint8_t* /*from*/,
                             const std::uint8_t* /*sourceEnd*/, std::uint8_t* /*to*/, std::uint8_t* /*end*/) {

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cstring>
 #include <limits>
 
 namespace quorvanti {
@@ -97,12 +98,33 @@ JwtOutcome readJwtClaims(std::string_view payload, std::span<const JsonToken> to
 
 namespace {
 
+// Eight digits in one word, the first one lowest, and whether they are that.
+bool readEightDigits(const char* text, std::int64_t& value) {
+    std::uint64_t digits = 0;
+    std::memcpy(&digits, text, sizeof digits);
+    const std::uint64_t values = digits - 0x3030303030303030;
+    // Adding 0x76 carries a byte above nine into its highest bit.
+    if (((values | (values + 0x7676767676767676)) & 0x8080808080808080) != 0) {
+        return false;
+    }
+    const std::uint64_t pairs = (values * 10 + (values >> 8)) & 0x00FF00FF00FF00FF;
+    const std::uint64_t fours = (pairs * 100 + (pairs >> 16)) & 0x0000FFFF0000FFFF;
+    value = static_cast<std::int64_t>((fours * 10000 + (fours >> 32)) & 0xFFFFFFFF);
+    return true;
+}
+
 // Digits and nothing else, few enough for any to fit.
 bool readPlainTime(std::string_view claim, std::int64_t& seconds) {
     if (claim.empty() || claim.size() > std::numeric_limits<std::int64_t>::digits10) {
         return false;
     }
     seconds = 0;
+    if (claim.size() >= 8) {
+        if (!readEightDigits(claim.data(), seconds)) {
+            return false;
+        }
+        claim.remove_prefix(8);
+    }
     for (const char c : claim) {
         const auto digit = static_cast<std::uint8_t>(c - '0');
         if (digit > 9) {

@@ -56,11 +56,10 @@ bool jwtResultReaches(const JwtResult& result, std::uint64_t end) {
     return result.structSize >= end;
 }
 
-void writeJwtErrorText(JwtResult& result, const char* text) {
+void writeJwtErrorText(JwtResult& result, std::string_view all) {
     constexpr std::uint64_t start = offsetof(JwtResult, errorText);
     const std::uint64_t end = std::min<std::uint64_t>(result.structSize, start + sizeof result.errorText);
     if (end > start) {
-        const std::string_view all(text);
         const std::size_t length = std::min<std::size_t>(all.size(), static_cast<std::size_t>(end - start) - 1);
         all.copy(result.errorText, length);
         result.errorText[length] = '\0';

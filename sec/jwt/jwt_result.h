@@ -14,7 +14,7 @@ namespace quorvanti {
 // A record of another size than expected is touched only where it says that it reaches.
 bool jwtResultReaches(const JwtResult& result, std::uint64_t end);
 // Cut where the record or the field ends.
-void writeJwtErrorText(JwtResult& result, const char* text);
+void writeJwtErrorText(JwtResult& result, std::string_view all);
 
 // Empties text and payload; 15 for a record of the wrong size, with the text already in it.
 std::int32_t prepareJwtResult(JwtResult& result);

@@ -1,9 +1,11 @@
 // What the payload says, what the caller expects of it, and what is handed out.
+#include "sec/jwt/jwt_claims.h"
 #include "tests/sec/jwt/started_engine.h"
 #include "tests/sec/jwt/token_maker.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <memory>
 #include <vector>
 
@@ -109,6 +111,19 @@ TEST_F(JwtTimes, AreReadAsWholeSeconds) {
     // Only 63 characters are looked at.
     EXPECT_EQ(outcome("{\"exp\":\"" + std::string(53, ' ') + "1700000001\"}"), "0 ");
     EXPECT_EQ(outcome("{\"exp\":\"" + std::string(54, ' ') + "1700000001\"}"), "4 JWT is expired");
+}
+
+TEST_F(JwtTimes, AreReadAsStrtollDoesWhateverByteIsAmongTheDigits) {
+    const std::string digits = "918273645546372819";
+    for (std::size_t length = 1; length <= digits.size(); ++length) {
+        for (std::size_t at = 0; at < length; ++at) {
+            for (int byte = 0; byte < 256; ++byte) {
+                std::string claim = digits.substr(0, length);
+                claim[at] = static_cast<char>(byte);
+                EXPECT_EQ(jwtTime(claim), std::strtoll(claim.c_str(), nullptr, 10)) << claim;
+            }
+        }
+    }
 }
 
 TEST_F(JwtTimes, HandOutWhenTheTokenWasIssued) {

@@ -26,6 +26,18 @@ int twoDigits(Bytes& text) {
     return tens < 0 || tens > 9 || ones < 0 || ones > 9 ? -1 : tens * 10 + ones;
 }
 
+struct DateAndTime {
+    std::chrono::year_month_day date;
+    std::chrono::hh_mm_ss<std::chrono::seconds> time;
+};
+
+DateAndTime splitMoment(std::int64_t secondsSince1970) {
+    using namespace std::chrono;
+    const sys_seconds moment{seconds(secondsSince1970)};
+    const sys_days midnight = floor<days>(moment);
+    return {year_month_day(midnight), hh_mm_ss(moment - midnight)};
+}
+
 }  // namespace
 
 std::optional<std::int64_t> secondsOf(const ASN1_TIME* time) {
@@ -65,11 +77,7 @@ std::optional<std::int64_t> secondsOf(const DerElement& time) {
 }
 
 std::string derTimeText(std::int64_t secondsSince1970) {
-    using namespace std::chrono;
-    const sys_seconds moment{seconds(secondsSince1970)};
-    const sys_days midnight = floor<days>(moment);
-    const year_month_day date(midnight);
-    const hh_mm_ss time(moment - midnight);
+    const auto [date, time] = splitMoment(secondsSince1970);
     const int year = static_cast<int>(date.year());
     std::string text;
     const auto append = [&text](auto number) {
@@ -89,11 +97,7 @@ std::string derTimeText(std::int64_t secondsSince1970) {
 }
 
 std::string utcText(std::int64_t secondsSince1970) {
-    using namespace std::chrono;
-    const sys_seconds moment{seconds(secondsSince1970)};
-    const sys_days midnight = floor<days>(moment);
-    const year_month_day date(midnight);
-    const hh_mm_ss time(moment - midnight);
+    const auto [date, time] = splitMoment(secondsSince1970);
     std::array<char, 64> text{};
     std::snprintf(text.data(), text.size(), "%04d-%02u-%02u %02d:%02d:%02dZ", static_cast<int>(date.year()),
                   static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),

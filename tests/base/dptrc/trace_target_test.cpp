@@ -124,6 +124,24 @@ TEST_F(TraceTarget, NullEndsTheTraceAndTakesTheFileWithIt) {
     EXPECT_EQ(stream(), stdout) << "a closed file is nobody's target";
 }
 
+TEST_F(TraceTarget, AFileThatIsNoLongerTheTargetIsClosedAndTheNextSetsTheLevelAgain) {
+    open("2");
+    const int descriptor = test::descriptorOf(stream());
+    ASSERT_TRUE(test::isOpen(descriptor));
+    traceSetTarget(nullptr);
+    EXPECT_FALSE(test::isOpen(descriptor));
+    traceSetLevel(nullptr);
+    traceSetTarget(name().c_str());
+    EXPECT_EQ(all(), header("trace", -1));
+}
+
+TEST_F(TraceTarget, ClosingTheStandardErrorEndsTheTraceOnly) {
+    traceSetTarget("stderr");
+    EXPECT_EQ(CTrcCloseStream(), 0);
+    EXPECT_EQ(stream(), nullptr);
+    EXPECT_TRUE(test::isOpen(test::descriptorOf(stderr)));
+}
+
 TEST_F(TraceTarget, StandardStreamsAreNotClosed) {
     for (const char* word : {"stdout", "stderr"}) {
         traceSetTarget(word);
@@ -152,7 +170,8 @@ TEST_F(TraceTarget, OnlyTheFirstCharacterOfALevelCounts) {
         const char* value;
         std::int32_t level;
     };
-    const Row rows[] = {{"0", 0}, {"1", 1}, {"2", 2}, {"3", 3}, {"10", 1}, {"31", 3}, {"x", 1}, {"7", 1}, {"-1", 1}};
+    const Row rows[] = {{"0", 0},  {"1", 1}, {"2", 2}, {"3", 3}, {"10", 1},
+                        {"31", 3}, {"x", 1}, {"4", 1}, {"7", 1}, {"-1", 1}};
     for (const Row& row : rows) {
         traceSetLevel(row.value);
         EXPECT_EQ(traceState().level, row.level) << row.value;

@@ -236,6 +236,8 @@ TEST_F(WriteTicketTest, TextsLoseTrailingBlanksOnTheWayToTheCryptoLibraryAPasswo
     add(1, "user");
     context.includeCertificate = 1;
     ASSERT_EQ(write(4096), VORAK_OK);
+    EXPECT_EQ(crypto.argument("SsfEncode", "format"), "PKCS7");
+    EXPECT_EQ(crypto.argument("SsfSign", "format"), "PKCS7");
     EXPECT_EQ(crypto.argument("SsfSign", "hash"), "SHA256");
     EXPECT_EQ(crypto.argument("SsfSign", "includeCertificate"), "1");
     EXPECT_EQ(crypto.argument("SsfSign", "detached"), "1");

@@ -206,7 +206,15 @@ TEST_F(TraceLine, AMessageThatJustFitsIsNotMarked) {
     open("3");
     const std::string text(8191 - tagged("@").size(), 'x');
     TRACE(3, "%s", text.c_str());
-    EXPECT_EQ(written(), stamped("@" + text));
+    TRACE(3, "%sx", text.c_str());
+    EXPECT_EQ(written(), stamped("@" + text + "@" + text + "\n*** WARNING => data was truncated\n"));
+}
+
+TEST_F(TraceLine, AMessageMayBeEmpty) {
+    open("3");
+    TRACE(3, "%s", "");
+    TRACE(3, "%s\n", "");
+    EXPECT_EQ(written(), stamped("@@\n"));
 }
 
 TEST_F(TraceLine, AnOverlongErrorKeepsItsPositionAndIsMarked) {

@@ -85,6 +85,14 @@ TEST_F(TraceWatch, ReportsAMatchInTheTraceAndToItsCallback) {
     EXPECT_EQ(found[0].second, "sec?nd");
 }
 
+TEST_F(TraceWatch, SearchesAMessageToItsEndOnly) {
+    open("3");
+    ASSERT_TRUE(traceWatch("tail", &remember));
+    TRACE(3, "a long message with a tail\n");
+    TRACE(3, "short\n");
+    EXPECT_EQ(found.size(), 1u);
+}
+
 TEST_F(TraceWatch, WhatACallbackTracesIsNotSearchedAgain) {
     open("3");
     const TraceWatchCallback tracing = [](std::FILE* stream, const char*) { DpTrc(stream, "about apples\n"); };

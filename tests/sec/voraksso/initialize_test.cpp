@@ -140,6 +140,18 @@ TEST_F(Initialize, SaysItsStepsInOrder) {
     QuorvantiSetProperty("SSF_INCLUDE_CERT", nullptr);
 }
 
+TEST_F(Initialize, TheChoiceOfTheLibraryIsNotSaidAtLevel1) {
+    const TraceCapture trace(1);
+    VorakInitialize(nullptr);
+    VorakShutdown();
+    const TraceCapture again(1);
+    const CryptoDouble crypto;
+    const EnvironmentVariable library("SSF_LIB", crypto.path().c_str());
+    ASSERT_EQ(VorakInitialize(nullptr), VORAK_OK);
+    EXPECT_FALSE(trace.contains("SSF_LIB"));
+    EXPECT_EQ(again.lines().size(), 5u) << "the banner";
+}
+
 TEST_F(Initialize, ALibraryWithoutAVersionIsAcceptedAndNoneIsShown) {
     const CryptoDouble crypto("double_no_version");
     const TraceCapture trace(0);

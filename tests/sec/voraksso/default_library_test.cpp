@@ -27,6 +27,8 @@ TEST_F(DefaultLibrary, TheSecondIsTakenWithoutALineOnTheFirstAndUnloadedAtTheEnd
     EXPECT_NE(libraryState().cryptoTable.libraryHandle, -1) << "the handle of the probe is the table's";
     EXPECT_TRUE(trace.contains(std::string("use default: ") + kDefaultCryptoLibraries[0]));
     EXPECT_FALSE(trace.contains("*** ERROR")) << "the probe leaves no line";
+    EXPECT_TRUE(trace.contains(std::string("loaded from >") + kDefaultCryptoLibraries[1] + "<"))
+        << "the functions for tokens come from the same library";
     VorakShutdown();
     EXPECT_EQ(crypto_.calls("kavcr_done"), 1);
     EXPECT_EQ(libraryState().cryptoTable.libraryHandle, -1);

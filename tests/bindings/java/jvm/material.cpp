@@ -54,7 +54,8 @@ int main(int count, char** words) {
     tampered[40] = tampered[40] == 'A' ? 'B' : 'A';
     write("tampered", tampered);
     write("expired", issuer.ticket(TicketBuilder::logon(now - 10 * 3600)));
-    write("assertion", issuer.ticket(TicketBuilder::assertion(now, "DEV", "200")));
+    // Valid for as long as the others: a whole suite may run between here and its evaluation.
+    write("assertion", issuer.ticket(TicketBuilder::assertion(now, "DEV", "200").validityHours(8)));
     write("unicode", issuer.ticket(ticketOf("J\xC3\xBCrgen \xF0\x9F\x98\x80", "PRD", "100")));
     write("zero", issuer.ticket(ticketOf("A\xC0\x80"
                                          "B",

@@ -293,6 +293,21 @@ TEST_F(Initialize, ThirtyTwoThreadsStartTheLibraryOnceAndLoseNoLine) {
     EXPECT_EQ(count("Initializing QUORVANTI Version"), 1);
 }
 
+TEST_F(Initialize, HoldsItsLockWhileItLoadsTheLibrary) {
+    CryptoDouble crypto;
+    int calls = 0;
+    int unlocked = 0;
+    crypto->hooks.anyCall = [&](const char*) {
+        ++calls;
+        unlocked += libraryState().initLock.count == 1 ? 0 : 1;
+    };
+    ASSERT_EQ(VorakInitialize(crypto.path().c_str()), VORAK_OK);
+    crypto->hooks.anyCall = nullptr;
+    EXPECT_GT(calls, 0);
+    EXPECT_EQ(unlocked, 0) << "another start could come between";
+    EXPECT_EQ(libraryState().initLock.count, 0);
+}
+
 TEST_F(Initialize, ShutdownsBesideTheFirstStartsEndWell) {
     const CryptoDouble crypto;
     const std::string library = crypto.path();

@@ -1,5 +1,6 @@
 #include "tools/sso2ticket/exit_code.h"
 #include "tools/sso2ticket/failure.h"
+#include "tools/sso2ticket/own_libcrypto.h"
 #include "tools/sso2ticket/program.h"
 
 #include <exception>
@@ -8,6 +9,7 @@
 using namespace quorvanti;
 
 int main(int argc, char** argv) {
+    prepareLibcrypto();
     try {
         return static_cast<int>(runProgram(argc, argv, QUORVANTI_VERSION));
     } catch (const Failure& failure) {

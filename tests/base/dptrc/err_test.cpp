@@ -201,6 +201,15 @@ TEST_F(ErrorRecord, FiveHundredCharactersOfTextAndDetailCount) {
     EXPECT_NE(written().find("] DETAIL      " + std::string(500, 'd') + "\n"), std::string::npos);
 }
 
+TEST_F(ErrorRecord, TwoThousandBytesOfTheFormattedTextsAndArgumentsCount) {
+    open("1");
+    EXPECT_EQ(ErrSetInfo("c", 1, "m", 1, "(12345)%s", 1, "detail", std::string(3000, 'a').c_str()), -1);
+    const std::string cut = std::string(1999, 'a') + "\n";
+    EXPECT_NE(written().find("] ERROR       " + cut), std::string::npos);
+    EXPECT_NE(written().find("] DESCR VARGS " + cut), std::string::npos);
+    EXPECT_NE(written().find("] DETAIL      \n"), std::string::npos) << "nothing is left of what stands behind";
+}
+
 TEST_F(ErrorRecord, AsManyDirectivesAsATextHolds) {
     std::string text = "(12345)";
     std::string arguments;

@@ -300,8 +300,11 @@ TEST_F(Assertion, NeedsAUser) {
     EXPECT_EQ(create(), VORAK_NO_USER) << "an empty user is none";
     content.user = nullptr;
     EXPECT_EQ(create(), VORAK_NO_USER);
+    content.user = "JDOE";
+    content.userLength = nullptr;
+    EXPECT_EQ(create(), VORAK_NO_USER) << "a text without its length is none";
     EXPECT_EQ(trace.lines(),
-              std::vector<std::string>(2, "*** ERROR => No user supplied for ticket creation. [ssoxxext]"));
+              std::vector<std::string>(3, "*** ERROR => No user supplied for ticket creation. [ssoxxext]"));
     setPortalUser("john");
     EXPECT_EQ(create(), VORAK_OK);
     EXPECT_EQ(created().find(" 1="), std::string::npos);

@@ -146,6 +146,22 @@ TEST_F(TicketKey, ACertificateThatCannotBeStoredIsSaidToBeLoadedBeforeItIsCleane
     }
 }
 
+TEST_F(TicketKey, ACertificateNeedsTheFunctionsOfKeyStores) {
+    for (const auto& [name, flag] : {std::pair{"SsfCreateProfile", ssf::SsfCreateProfile.flag},
+                                     {"SsfOpenProfile", ssf::SsfOpenProfile.flag},
+                                     {"SsfPutCertificate", ssf::SsfPutCertificate.flag},
+                                     {"SsfCloseProfile", ssf::SsfCloseProfile.flag}}) {
+        const TraceCapture trace(1);
+        std::uint8_t& available = libraryState().cryptoTable.available[flag];
+        available = 0;
+        EXPECT_EQ(load("certificate", VORAK_KEY_CERTIFICATE), VORAK_CRYPTO_FUNCTION_MISSING) << name;
+        EXPECT_EQ(trace.lines(),
+                  std::vector<std::string>{std::string("*** ERROR => ") + name + " is NULL. [ssoxxext]"});
+        EXPECT_TRUE(nothingCached());
+        available = 1;
+    }
+}
+
 TEST_F(TicketKey, WhatClosingTheKeyStoreAnswersIsTheResult) {
     crypto->functions["SsfCloseProfile"].result = 21;
     EXPECT_EQ(load("certificate", VORAK_KEY_CERTIFICATE), 21);

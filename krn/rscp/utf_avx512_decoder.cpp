@@ -122,7 +122,7 @@ private:
     // A bit for each byte.
     struct Characters {
         __mmask64 starts;  // of each unit, and of a character that is cut
-        Mask lows;         // those of the second halves of surrogate pairs
+        Mask lows;         // of the second halves of surrogate pairs, which begin and end with the last of four bytes
         Mask continues;    // follow-up bytes
         Mask valid;
         std::ptrdiff_t units;

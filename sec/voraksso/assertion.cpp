@@ -310,6 +310,7 @@ extern "C" QUORVANTI_API int32_t VorakCreateAssertionTicket(const char* ownSyste
         if (const std::int32_t code = checkAssertionRequest(request); code != VORAK_OK) {
             return code;
         }
+        // Guarded here already, so that what it returns is traced when memory runs out, too.
         const std::int32_t code = guarded([&] { return createAssertionTicket(request); });
         if (code != VORAK_OK) {
             TRACE_ERROR("VorakCreateAssertionTicket returns %d.\n", code);

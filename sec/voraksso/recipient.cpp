@@ -45,8 +45,8 @@ struct RecipientField {
         std::memcpy(characters.data(), name.data(), std::min(used, Width));
     }
     bool matches(std::string_view own) const {
-        own = withoutTrailingBlanks(
-            own.substr(0, Width));  // over the width of the field on purpose: what is longer is not looked at
+        // Over the width of the field on purpose: what is longer is not looked at.
+        own = withoutTrailingBlanks(own.substr(0, Width));
         return representable && own.size() == used && std::memcmp(own.data(), characters.data(), used) == 0;
     }
 };
